@@ -1,0 +1,71 @@
+// Scalar matte stages and their place in the table of replaceable operations.
+#include "composite/MatteStages.h"
+#include "core/Internal.h"
+#include "core/Slots.h"
+
+namespace {
+
+template <template <class> class Rule, class Pixel>
+VX_Err Stage(int32_t count, const Pixel* src, Pixel* dst) {
+  return vx::RunMatteStage<Rule, Pixel>(count, src, dst);
+}
+
+template <class Pixel>
+VX_Err AlphaMerge(int32_t count, const Pixel* src, typename VX_PixelTraits<Pixel>::Channel opacity, const Pixel* mask,
+                  Pixel* dst) {
+  return vx::RunAlphaMerge<Pixel>(count, src, opacity, mask, dst);
+}
+
+// The seven stages of one depth go to consecutive slots from `first`.
+template <class Pixel>
+void InstallDepth(int32_t first) {
+  VXp_G_OverFuncs[first + 0] = reinterpret_cast<void*>(&Stage<vx::MatteBlack, Pixel>);
+  VXp_G_OverFuncs[first + 1] = reinterpret_cast<void*>(&Stage<vx::UnmatteBlack, Pixel>);
+  VXp_G_OverFuncs[first + 2] = reinterpret_cast<void*>(&Stage<vx::MatteWhite, Pixel>);
+  VXp_G_OverFuncs[first + 3] = reinterpret_cast<void*>(&Stage<vx::UnmatteWhite, Pixel>);
+  VXp_G_OverFuncs[first + 4] = reinterpret_cast<void*>(&Stage<vx::MatteGrey, Pixel>);
+  VXp_G_OverFuncs[first + 5] = reinterpret_cast<void*>(&Stage<vx::UnmatteGrey, Pixel>);
+  VXp_G_OverFuncs[first + 6] = reinterpret_cast<void*>(&AlphaMerge<Pixel>);
+}
+
+}  // namespace
+
+void VXp_InstallPremulSlots() {
+  InstallDepth<VX_Pixel8>(VX_Slot_MatteBlack8);
+  InstallDepth<VX_Pixel16>(VX_Slot_MatteBlack16);
+  InstallDepth<VX_PixelFloat>(VX_Slot_MatteBlackF);
+}
+
+// Scalar forms by name, for callers that must not take a replaced slot and
+// for tests comparing vector forms against them.
+template <class Pixel>
+VX_SpanFunc<Pixel> VXp_ScalarMatteStage(int32_t stage) {
+  switch (stage) {
+    case 0:
+      return &Stage<vx::MatteBlack, Pixel>;
+    case 1:
+      return &Stage<vx::UnmatteBlack, Pixel>;
+    case 2:
+      return &Stage<vx::MatteWhite, Pixel>;
+    case 3:
+      return &Stage<vx::UnmatteWhite, Pixel>;
+    case 4:
+      return &Stage<vx::MatteGrey, Pixel>;
+    case 5:
+      return &Stage<vx::UnmatteGrey, Pixel>;
+    default:
+      return nullptr;
+  }
+}
+
+template <class Pixel>
+VX_AlphaMergeFunc<Pixel> VXp_ScalarAlphaMerge() {
+  return &AlphaMerge<Pixel>;
+}
+
+template VX_SpanFunc<VX_Pixel8> VXp_ScalarMatteStage<VX_Pixel8>(int32_t);
+template VX_SpanFunc<VX_Pixel16> VXp_ScalarMatteStage<VX_Pixel16>(int32_t);
+template VX_SpanFunc<VX_PixelFloat> VXp_ScalarMatteStage<VX_PixelFloat>(int32_t);
+template VX_AlphaMergeFunc<VX_Pixel8> VXp_ScalarAlphaMerge<VX_Pixel8>();
+template VX_AlphaMergeFunc<VX_Pixel16> VXp_ScalarAlphaMerge<VX_Pixel16>();
+template VX_AlphaMergeFunc<VX_PixelFloat> VXp_ScalarAlphaMerge<VX_PixelFloat>();

@@ -1,0 +1,133 @@
+// Private frame of the package: the guard, reporting helpers, message
+// indexes, the noise cursor and depth dispatch.
+#pragma once
+
+#include <exception>
+#include <type_traits>
+#include <utility>
+
+#include "vx/Globals.h"
+#include "vx/OverFuncs.h"
+#include "vx/PixelTraits.h"
+#include "vx/Types.h"
+#include "vxhost/KU.h"
+
+// Sites: 0x250000 plus a small number; 0x2503E7 is the catch-all.
+constexpr int32_t VXp_Site(int32_t n) { return 0x250000 | n; }
+constexpr int32_t VXp_kSiteCatchAll = 0x2503E7;
+
+// Indexes of the message table VX_G_zref.
+enum VXp_Message : int32_t {
+  VXp_Msg_InvalidSelector = 0,
+  VXp_Msg_InvalidParameter = 1,
+  VXp_Msg_DisposeForeignWorld = 2,
+  VXp_Msg_PlaneBuffer = 3,
+  VXp_Msg_BadCallbackParameter = 4,
+  VXp_Msg_ModuleProblem = 5,
+  VXp_Msg_UnimplementedBlendingMode = 6,
+  VXp_Msg_NoiseTable = 7,
+  VXp_Msg_CantGuessAlpha = 8,
+  VXp_Msg_Obsolete = 9,
+  VXp_Msg_BlurMemory = 10,
+  VXp_Msg_MaskBufferMemory = 11,
+  VXp_Msg_DamagedMaskBuffer = 12,
+  VXp_Msg_CantUnlockMaskBuffer = 13,
+  VXp_Msg_GaussianWeights = 14,
+  VXp_Msg_BlendingScratch = 15,
+  VXp_Msg_CantCopyChannelWorlds = 16,
+  VXp_Msg_ChannelChunkMemory = 17,
+  VXp_Msg_ImageBuffer = 18,
+  VXp_Msg_InvalidPlatformWorld = 19,
+  VXp_kMessageCount = 20
+};
+
+// The English text of a message-table entry; null before VX_Birth.
+const char* VXp_MessageText(int32_t index);
+// Reports a message-table entry with KUp_ReportErrString at severity 8.
+// Returns what the report returned.
+VX_Err VXp_ReportMessage(int32_t site, int32_t index);
+// Reports text 4 at 0x250000 | number and returns 3.
+VX_Err VXp_BadParameter(int32_t number);
+// Builds and disposes of the message table (start-up and shut-down).
+VX_Err VXp_CreateMessageTable();
+void VXp_DisposeMessageTable();
+
+// The common guard of plain entry points: a thrown VX_Err becomes the result,
+// a standard exception is reported and translated.
+template <class Body>
+VX_Err VXp_Guard(Body&& body) noexcept {
+  try {
+    if constexpr (std::is_void_v<decltype(body())>) {
+      body();
+      return VX_Err_None;
+    } else {
+      return body();
+    }
+  } catch (VX_Err code) {
+    return code;
+  } catch (const std::exception& e) {
+    return KU_TranslateAndReportException(e);
+  } catch (...) {
+    KU_ReportFailedVerification(VXp_kSiteCatchAll, __LINE__, 0, "unknown exception");
+    return VX_Err_BadParam;
+  }
+}
+
+// Throws a non-zero code.
+inline void VXp_ThrowIf(VX_Err err) {
+  if (err) throw err;
+}
+
+// The VX_ProgressInfo rule: after rows 63, 127, ... ask progress, or else
+// abort; a non-zero answer is thrown.
+inline void VXp_CheckProgress64(const VX_ProgressInfo* progress, int32_t row, int32_t total) {
+  if (!progress || (row & 63) != 63) return;
+  VX_Err err = 0;
+  if (progress->progress)
+    err = progress->progress(progress->refcon, row, total);
+  else if (progress->abort)
+    err = progress->abort(progress->refcon);
+  VXp_ThrowIf(err);
+}
+
+// Dispatch by depth: calls body(VX_Pixel8{}), body(VX_Pixel16{}) or
+// body(VX_PixelFloat{}). An unknown depth reports `unknown_text` at the
+// catch-all site and gives 3.
+template <class Body>
+VX_Err VXp_DispatchDepth(int32_t depth, int32_t line, const char* unknown_text, Body&& body) {
+  switch (depth) {
+    case 8:
+      return body(VX_Pixel8{});
+    case 16:
+      return body(VX_Pixel16{});
+    case 32:
+      return body(VX_PixelFloat{});
+    default:
+      KU_ReportFailedVerification(VXp_kSiteCatchAll, line, 0, unknown_text);
+      return VX_Err_BadParam;
+  }
+}
+
+// The noise cursor over RNG_GetPrimeSizedTable: each value taken moves it one
+// entry; it wraps to the base at the end. Shared and unlocked on purpose.
+uint32_t VXp_NextNoise();
+void VXp_ResetNoise();
+void VXp_SetNoiseTable(const uint32_t* base, int32_t count);
+
+// CPU record fields.
+inline bool VXp_HasSSE2() { return (*KU_G_CPU_DataP)[KU_CPU_SSE2] != 0; }
+inline bool VXp_HasSSSE3() { return (*KU_G_CPU_DataP)[KU_CPU_SSSE3] != 0; }
+inline bool VXp_HasAVX2() { return (*KU_G_CPU_DataP)[KU_CPU_AVX2] != 0; }
+
+// Start-up pieces.
+void VXp_BuildSoftLightTables();
+void VXp_SetVectorConstants();
+void VXp_ClearVectorConstants();
+// Fills VXp_G_OverFuncs (start-up step 8): every subsystem installs its slots.
+void VXp_FillOverFuncs();
+
+// The alpha of every pixel outside `rect` (sorted and clamped) becomes 0.
+template <class Pixel>
+class VX_WorldX;
+template <class Pixel>
+void VXp_ClearAlphaExceptRect(VX_WorldX<Pixel>& world, const GEO_LRect& rect);
