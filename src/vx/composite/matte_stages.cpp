@@ -30,7 +30,7 @@ void InstallDepth(int32_t first) {
 
 }  // namespace
 
-void VXp_InstallPremulSlots() {
+void VXp_InstallMatteStageSlots() {
   InstallDepth<VX_Pixel8>(VX_Slot_MatteBlack8);
   InstallDepth<VX_Pixel16>(VX_Slot_MatteBlack16);
   InstallDepth<VX_PixelFloat>(VX_Slot_MatteBlackF);

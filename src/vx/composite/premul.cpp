@@ -5,6 +5,7 @@
 #include "composite/MatteStages.h"
 #include "core/DepthConvert.h"
 #include "core/Internal.h"
+#include "core/Slots.h"
 #include "vx/EffectWorld.h"
 #include "vx/Fill.h"
 #include "vx/Iterate.h"
@@ -159,4 +160,8 @@ VX_Err VX_PremulColorRect(void*, VX_LayerDef* src, const GEO_LRect* rect, const 
 VX_Err VX_PremulColorRectFloat(void*, VX_LayerDef* src, const GEO_LRect* rect, const VX_PixelFloat* color,
                                int32_t forward, VX_LayerDef* dst) {
   return PremulColorRect(src, rect, color, forward, dst);
+}
+
+void VXp_InstallPremulSlots() {
+  VXp_G_OverFuncs[VX_Slot_PremulRect] = reinterpret_cast<void*>(&VX_PremulRect_S);
 }
