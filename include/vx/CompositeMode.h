@@ -35,7 +35,7 @@ struct VX_CompositeModePlus {
       : transfer_mode(mode.transfer_mode), dissolve_seed(mode.dissolve_seed), keep_alpha(mode.keep_alpha != 0) {
     const float a = mode.opacity / 255.0f;
     const float b = mode.opacity16 * 3.0517578e-5f;
-    opacity = std::fabs(static_cast<double>(a - b)) >= 0.00392156862745098 ? a : b;
+    opacity = std::fabs(static_cast<double>(a) - static_cast<double>(b)) >= 0.00392156862745098 ? a : b;
   }
 };
 
