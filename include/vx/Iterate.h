@@ -53,28 +53,29 @@ VX_Err VX_IterateLUT_Static(VX_IterateHost* host, int32_t progress_start, int32_
                             const uint8_t* g_lut, const uint8_t* b_lut, VX_LayerDef* dst);
 VX_Err VX_IterateGeneric_Static(int32_t iterations, void* refcon, VX_IterateGenericFunc func);
 
-// Typed forms for 16-bit and float callbacks.
+// Typed forms for 16-bit and float callbacks. Templates, so that a null
+// callback still picks the plain form.
+template <class Pixel>
 inline VX_Err VX_Iterate(VX_IterateHost* host, int32_t progress_start, int32_t progress_total, VX_LayerDef* src,
-                         const GEO_LRect* area, void* refcon, VX_IterateFunc16 func, VX_LayerDef* dst) {
+                         const GEO_LRect* area, void* refcon,
+                         VX_Err (*func)(void*, int32_t, int32_t, Pixel*, Pixel*), VX_LayerDef* dst) {
   return VX_Iterate(host, progress_start, progress_total, src, area, refcon,
                     reinterpret_cast<VX_IterateFunc>(func), dst);
 }
-inline VX_Err VX_Iterate(VX_IterateHost* host, int32_t progress_start, int32_t progress_total, VX_LayerDef* src,
-                         const GEO_LRect* area, void* refcon, VX_IterateFuncFloat func, VX_LayerDef* dst) {
-  return VX_Iterate(host, progress_start, progress_total, src, area, refcon,
-                    reinterpret_cast<VX_IterateFunc>(func), dst);
-}
+template <class Pixel>
 inline VX_Err VX_IterateOrigin(VX_IterateHost* host, int32_t progress_start, int32_t progress_total,
                                VX_LayerDef* src, const GEO_LRect* area, const GEO_LPoint* origin, void* refcon,
-                               VX_IterateFunc16 func, VX_LayerDef* dst) {
+                               VX_Err (*func)(void*, int32_t, int32_t, Pixel*, Pixel*), VX_LayerDef* dst) {
   return VX_IterateOrigin(host, progress_start, progress_total, src, area, origin, refcon,
                           reinterpret_cast<VX_IterateFunc>(func), dst);
 }
-inline VX_Err VX_IterateOrigin(VX_IterateHost* host, int32_t progress_start, int32_t progress_total,
-                               VX_LayerDef* src, const GEO_LRect* area, const GEO_LPoint* origin, void* refcon,
-                               VX_IterateFuncFloat func, VX_LayerDef* dst) {
-  return VX_IterateOrigin(host, progress_start, progress_total, src, area, origin, refcon,
-                          reinterpret_cast<VX_IterateFunc>(func), dst);
+template <class Pixel>
+inline VX_Err VX_IterateOriginUnclipped(VX_IterateHost* host, int32_t progress_start, int32_t progress_total,
+                                        VX_LayerDef* src, const GEO_LRect* area, const GEO_LPoint* origin,
+                                        void* refcon, VX_Err (*func)(void*, int32_t, int32_t, Pixel*, Pixel*),
+                                        VX_LayerDef* dst) {
+  return VX_IterateOriginUnclipped(host, progress_start, progress_total, src, area, origin, refcon,
+                                   reinterpret_cast<VX_IterateFunc>(func), dst);
 }
 
 // Table services for old clients. Selectors 2, 3: multiply or divide table
