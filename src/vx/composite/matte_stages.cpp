@@ -1,5 +1,6 @@
 // Scalar matte stages and their place in the table of replaceable operations.
 #include "composite/MatteStages.h"
+#include "composite/MatteStagesVector.h"
 #include "core/Internal.h"
 #include "core/Slots.h"
 
@@ -34,6 +35,14 @@ void VXp_InstallMatteStageSlots() {
   InstallDepth<VX_Pixel8>(VX_Slot_MatteBlack8);
   InstallDepth<VX_Pixel16>(VX_Slot_MatteBlack16);
   InstallDepth<VX_PixelFloat>(VX_Slot_MatteBlackF);
+  // Vector forms over the plain ones; 16 bits stay scalar.
+  for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage) {
+    if (VXp_HasSSSE3())
+      VXp_G_OverFuncs[VX_Slot_MatteBlack8 + stage] = reinterpret_cast<void*>(VXp_MatteStage8_SSSE3(stage));
+    if (VXp_HasSSE2())
+      VXp_G_OverFuncs[VX_Slot_MatteBlackF + stage] = reinterpret_cast<void*>(VXp_MatteStageF_SSE2(stage));
+  }
+  if (VXp_HasSSE2()) VXp_G_OverFuncs[VX_Slot_AlphaMerge8] = reinterpret_cast<void*>(&VXp_AlphaMerge8_SSE2);
 }
 
 // Scalar forms by name, for callers that must not take a replaced slot and
