@@ -131,3 +131,11 @@ template <class Pixel>
 class VX_WorldX;
 template <class Pixel>
 void VXp_ClearAlphaExceptRect(VX_WorldX<Pixel>& world, const GEO_LRect& rect);
+
+// Allocation under memory pressure: `attempt` runs quietly inside the host's
+// purge loop, so the host can free caches between tries, until it gives a
+// block or nothing more can be freed (null then). A block that was had is
+// booked in the host's memory account; VXp_ReleaseBooked takes it off.
+typedef void* (*VXp_AllocateAttempt)(size_t bytes, void* refcon);
+void* VXp_AllocateUnderPressure(size_t bytes, VXp_AllocateAttempt attempt, void* refcon);
+void VXp_ReleaseBooked(size_t bytes);

@@ -25,19 +25,9 @@ void ReportBadSize(int32_t width, int32_t height) {
   throw VX_Err(VX_Err_Reported);
 }
 
-// The frame allocation goes through the purge loop, quietly, so the host can
-// free caches between attempts.
-struct FrameRequest {
-  size_t bytes;
-  void* frame;
-};
-
-KU_Err TryFrame(void* context, bool* succeeded) {
-  auto* request = static_cast<FrameRequest*>(context);
-  if (VX_Err err = KU_StartQuietErrorsOnCurrentThread()) return err;
-  *succeeded = false;
-  if (RB_AllocateFrameQuiet(request->bytes, 0, &request->frame) == 0 && request->frame) *succeeded = true;
-  return KU_EndQuietErrorsOnCurrentThread();
+void* AttemptFrame(size_t bytes, void*) {
+  void* frame = nullptr;
+  return RB_AllocateFrameQuiet(bytes, 0, &frame) == 0 ? frame : nullptr;
 }
 
 }  // namespace
@@ -66,14 +56,13 @@ void VX_WorldX<Pixel>::Allocate(int32_t w, int32_t h, int32_t flags) {
   } else {
     const int32_t ps = sizeof(Pixel);
     const int32_t stride = (w * ps + 15) & ~15;
-    FrameRequest request{FrameBytes(w, h, stride, ps), nullptr};
-    if (KU_PurgeLoop(request.bytes, TryFrame, &request, 0) != 0 || !request.frame) {
+    void* frame = VXp_AllocateUnderPressure(FrameBytes(w, h, stride, ps), AttemptFrame, nullptr);
+    if (!frame) {
       RB_ReportWorldAllocationFailure(VX_Err_OutOfMemory, stride, w, h, ps * 8);
       throw VX_Err(VX_Err_OutOfMemory);
     }
-    KU_AccountAllocationEx(static_cast<long long>(request.bytes), 1);
-    allocation = request.frame;
-    data = AlignedFrameStart(request.frame);
+    allocation = frame;
+    data = AlignedFrameStart(frame);
     row_stride = stride;
     // The gutter after the last pixel takes what runs past the end.
     char* gutter = static_cast<char*>(data) + static_cast<size_t>(h - 1) * stride + static_cast<size_t>(w) * ps;
@@ -186,7 +175,7 @@ VX_WorldX<Pixel>::~VX_WorldX() {
     } else {
       const size_t bytes = FrameBytes(alloc_width, alloc_height, row_stride, sizeof(Pixel));
       RB_FreeFrame(allocation, bytes);
-      KU_AccountAllocationEx(static_cast<long long>(bytes), 0);
+      VXp_ReleaseBooked(bytes);
     }
     --VX_G_LiveWorlds;
   }
@@ -198,7 +187,7 @@ void* VX_WorldX<Pixel>::DetachMemory() {
   void* former = allocation;
   if (former) {
     --VX_G_LiveWorlds;
-    if (!rb_world) KU_AccountAllocationEx(static_cast<long long>(FrameBytes(alloc_width, alloc_height, row_stride, sizeof(Pixel))), 0);
+    if (!rb_world) VXp_ReleaseBooked(FrameBytes(alloc_width, alloc_height, row_stride, sizeof(Pixel)));
   }
   allocation = nullptr;
   return former;
