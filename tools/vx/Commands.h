@@ -1,0 +1,28 @@
+// The subcommands of the tool.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Args.h"
+
+namespace vxtool {
+
+struct Command {
+  const char* name;
+  const char* usage;    // after "vx NAME "
+  const char* summary;  // one line
+  std::vector<OptionSpec> options;
+  int (*run)(const Args& args);
+};
+
+const std::vector<Command>& AllCommands();
+
+// Options every subcommand takes.
+extern const OptionSpec kQuietOption;
+
+// Each command.
+int RunInfo(const Args& args);
+int RunConvert(const Args& args);
+
+}  // namespace vxtool

@@ -1,0 +1,39 @@
+// Progress on standard error while long operations run, and Ctrl-C: the
+// package's progress callbacks answer 517 once the user has asked to stop.
+#pragma once
+
+#include <string>
+
+#include "vx/Types.h"
+
+namespace vxtool {
+
+// Ctrl-C sets a flag that the progress callbacks read.
+void InstallInterruptHandler();
+bool Interrupted();
+
+class ProgressBar {
+ public:
+  // Draws only when `enabled` and standard error is a terminal.
+  ProgressBar(std::string label, bool enabled);
+  ~ProgressBar();
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+  VX_ProgressInfo* info() { return &info_; }
+  // For operations made of several calls: the share each call covers.
+  void SetSpan(double start, double share);
+  void Finish();
+
+ private:
+  static VX_Err OnProgress(void* refcon, int32_t current, int32_t total);
+  static VX_Err OnAbort(void* refcon);
+  void Draw(double fraction);
+
+  std::string label_;
+  bool draw_;
+  int last_drawn_ = -1;
+  double start_ = 0, share_ = 1;
+  VX_ProgressInfo info_;
+};
+
+}  // namespace vxtool
