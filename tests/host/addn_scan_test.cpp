@@ -102,7 +102,8 @@ TEST_F(ScanTest, OffersEveryRoutineWithItsPropertiesAndFinishesOnce) {
 }
 
 TEST_F(ScanTest, BrokenAndMissingFilesAreReportedAndSkipped) {
-  const std::filesystem::path dir = std::filesystem::temp_directory_path() / ("vx_scan_broken_" + std::to_string(getpid()));
+  const std::filesystem::path dir =
+      std::filesystem::temp_directory_path() / ("vx_scan_broken_" + std::to_string(getpid()));
   std::filesystem::create_directories(dir);
   std::ofstream(dir / "broken.QMX") << "not a shared object";
   std::ofstream(dir / "ignored.txt") << "not a module";

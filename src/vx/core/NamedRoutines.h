@@ -39,7 +39,8 @@ enum VXp_ColorStem : int32_t {
 enum VXp_ColorForm : int32_t { VXp_Color_Straight, VXp_Color_Premul, VXp_Color_Straight16, VXp_Color_StraightFloat };
 
 constexpr VXp_NamedRoutine VXp_NamedColor(VXp_ColorForm form, int32_t stem) {
-  return static_cast<VXp_NamedRoutine>(int32_t(VXp_Named_ColorFirst) + int32_t(form) * int32_t(VXp_kColorStemCount) + stem);
+  return static_cast<VXp_NamedRoutine>(int32_t(VXp_Named_ColorFirst) + int32_t(form) * int32_t(VXp_kColorStemCount) +
+                                       stem);
 }
 
 void VXp_SetNamedRoutine(VXp_NamedRoutine name, void* routine);
