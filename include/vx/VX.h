@@ -1,6 +1,7 @@
 // The VX package: everything a host or a plug-in includes.
 #pragma once
 
+#include "vx/Callbacks.h"
 #include "vx/EffectWorld.h"
 #include "vx/Fill.h"
 #include "vx/Globals.h"

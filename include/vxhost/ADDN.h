@@ -102,6 +102,18 @@ KU_Err ADDN_AddHBSuite(int32_t flags, int32_t reserved, const char* name, int32_
 // Forgets every suite (a host shutting down its libraries).
 void ADDN_RemoveAllSuites();
 
+// The registered suites in the order of their first registration (a later
+// registration of the same name and version replaces the table in place).
+struct ADDN_SuiteInfo {
+  const char* name;  // valid until ADDN_RemoveAllSuites
+  int32_t version;
+  int32_t internal_version;
+  int32_t routine_count;
+};
+int32_t ADDN_GetSuiteCount();
+// Returns 3 for an index out of range or a null info.
+KU_Err ADDN_GetSuiteInfo(int32_t index, ADDN_SuiteInfo* info);
+
 struct ADDN_HBBasicSuite {
   // Exact name and version. Returns 3 for null arguments, and a non-zero
   // code with *suite null when there is no such suite.

@@ -57,3 +57,7 @@ void HOST_ResetSiblingVersions();
 // The version checks share this: 0 when `wanted` is what the library has,
 // else a report and 7.
 KU_Err HOSTp_CheckSiblingVersion(const char* name, int32_t site, int32_t wanted);
+
+// The host's main window, as an opaque handle (null when it has none).
+void HOST_SetMainWindow(void* window);
+void* HOST_GetMainWindow();

@@ -3,6 +3,8 @@
 // registers keep their file open.
 #include <dirent.h>
 #include <dlfcn.h>
+#include <limits.h>
+#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -56,6 +58,13 @@ bool EndsWithExtension(const std::string& name) {
   return name.size() > n && name.compare(name.size() - n, n, kExtension) == 0;
 }
 
+// The canonical form of a path, so that one file reached by two spellings is
+// loaded once; empty when the path doesn't exist.
+std::string Canonical(const std::string& path) {
+  char resolved[PATH_MAX];
+  return realpath(path.c_str(), resolved) ? std::string(resolved) : std::string();
+}
+
 // The directories to look in: those added, then VX_MODULE_PATH, once each.
 std::vector<std::string> ScanDirectories() {
   std::vector<std::string> dirs = Directories();
@@ -71,8 +80,14 @@ std::vector<std::string> ScanDirectories() {
     }
   }
   std::vector<std::string> unique;
-  for (const std::string& d : dirs)
-    if (std::find(unique.begin(), unique.end(), d) == unique.end()) unique.push_back(d);
+  for (const std::string& d : dirs) {
+    const std::string canonical = Canonical(d);
+    if (canonical.empty()) {
+      Report("plug-in folder can't be read: " + d);
+      continue;
+    }
+    if (std::find(unique.begin(), unique.end(), canonical) == unique.end()) unique.push_back(canonical);
+  }
   return unique;
 }
 
@@ -85,7 +100,9 @@ std::vector<std::string> ModuleFiles(const std::string& dir) {
   }
   while (dirent* entry = readdir(d)) {
     const std::string name = entry->d_name;
-    if (EndsWithExtension(name)) files.push_back(dir + "/" + name);
+    if (!EndsWithExtension(name)) continue;
+    const std::string canonical = Canonical(dir + "/" + name);
+    if (!canonical.empty()) files.push_back(canonical);
   }
   closedir(d);
   std::sort(files.begin(), files.end());

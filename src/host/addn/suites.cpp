@@ -21,6 +21,7 @@ struct Suite {
 struct Registry {
   std::mutex lock;
   std::map<std::pair<std::string, int32_t>, Suite> suites;
+  std::vector<std::pair<std::string, int32_t>> order;  // keys by first registration
   // Tables replaced by a later registration stay valid for whoever holds them.
   std::vector<std::shared_ptr<std::vector<const void*>>> retired;
 };
@@ -81,7 +82,9 @@ KU_Err ADDN_AddHBSuite(int32_t, int32_t, const char* name, int32_t version, int3
   auto copy = std::make_shared<std::vector<const void*>>(routines, routines + count);
   Registry& r = TheRegistry();
   std::lock_guard<std::mutex> guard(r.lock);
-  Suite& suite = r.suites[{name, version}];
+  auto [it, added] = r.suites.try_emplace(std::make_pair(std::string(name), version));
+  if (added) r.order.push_back(it->first);
+  Suite& suite = it->second;
   if (suite.table) r.retired.push_back(suite.table);
   suite.internal_version = internal_version;
   suite.table = std::move(copy);
@@ -92,7 +95,24 @@ void ADDN_RemoveAllSuites() {
   Registry& r = TheRegistry();
   std::lock_guard<std::mutex> guard(r.lock);
   r.suites.clear();
+  r.order.clear();
   r.retired.clear();
+}
+
+int32_t ADDN_GetSuiteCount() {
+  Registry& r = TheRegistry();
+  std::lock_guard<std::mutex> guard(r.lock);
+  return static_cast<int32_t>(r.order.size());
+}
+
+KU_Err ADDN_GetSuiteInfo(int32_t index, ADDN_SuiteInfo* info) {
+  Registry& r = TheRegistry();
+  std::lock_guard<std::mutex> guard(r.lock);
+  if (!info || index < 0 || index >= static_cast<int32_t>(r.order.size())) return 3;
+  auto it = r.suites.find(r.order[index]);
+  *info = ADDN_SuiteInfo{it->first.first.c_str(), it->first.second, it->second.internal_version,
+                         static_cast<int32_t>(it->second.table->size())};
+  return 0;
 }
 
 const ADDN_HBBasicSuite* ADDN_GetHBBasicSuite() { return &kBasicSuite; }

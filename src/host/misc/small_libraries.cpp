@@ -104,3 +104,10 @@ void GDIW_EndGdiMinimalisticWindowCreationMode() {
   if (g_gdiw_depth > 0) --g_gdiw_depth;
 }
 int32_t GDIW_CreationModeDepth() { return g_gdiw_depth.load(); }
+
+namespace {
+std::atomic<void*> g_main_window{nullptr};
+}  // namespace
+
+void HOST_SetMainWindow(void* window) { g_main_window.store(window); }
+void* HOST_GetMainWindow() { return g_main_window.load(); }

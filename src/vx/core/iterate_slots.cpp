@@ -9,14 +9,14 @@ namespace {
 
 // The built-in destinations: a record of four words.
 VX_Err OpenDestination(void* a, void*, void* record[4]) {
-  if (!record) return VX_Err_BadParam;
+  if (!record) return VXp_BadParameter(45);
   std::memset(record, 0, 4 * sizeof(void*));
   record[0] = a;
   return VX_Err_None;
 }
 
 VX_Err CloseDestination(void* record[4]) {
-  if (!record) return VX_Err_BadParam;
+  if (!record) return VXp_BadParameter(46);
   std::memset(record, 0, 4 * sizeof(void*));
   return VX_Err_None;
 }

@@ -18,6 +18,7 @@ void* g_blocks[7];
 void* g_buffers[3];
 size_t g_capacity = 0;
 
+// Fills the missing blocks; throws 4 at the first that can't be had.
 void AllocateBlocks(void* blocks[7]) {
   for (int i = 0; i < 7; ++i) {
     if (blocks[i]) continue;
@@ -35,7 +36,9 @@ VX_Err VXp_ReallocScratch(int32_t count, int32_t depth_code, bool force, VXp_Scr
   }
   if (count < 0) return VX_Err_BadParam;
   return VXp_Guard([&]() -> VX_Err {
-    if (!g_blocks[5]) AllocateBlocks(g_blocks);
+    // Every missing block, not only the sixth: an earlier failure may have
+    // left a later one out.
+    AllocateBlocks(g_blocks);
     const size_t need = static_cast<size_t>(count) * 4 * depth_code;
     if (need > g_capacity || force) {
       const char* name = VXp_MessageText(VXp_Msg_BlendingScratch);
@@ -79,7 +82,10 @@ void VXp_FreeScratch() {
 VX_Err VX_AllocateMotionBlurScratch(void* blocks[7]) {
   if (!blocks) return VX_Err_BadParam;
   for (int i = 0; i < 7; ++i) blocks[i] = nullptr;
-  return VXp_Guard([&] { AllocateBlocks(blocks); });
+  const VX_Err err = VXp_Guard([&] { AllocateBlocks(blocks); });
+  // A caller that sees the failure owns nothing.
+  if (err) VX_DisposeMotionBlurScratch(blocks);
+  return err;
 }
 
 VX_Err VX_DisposeMotionBlurScratch(void* blocks[7]) {
