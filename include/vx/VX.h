@@ -12,3 +12,4 @@
 #include "vx/Scratch.h"
 #include "vx/Types.h"
 #include "vx/World.h"
+#include "vx/Xfer.h"

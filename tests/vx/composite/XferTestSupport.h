@@ -1,0 +1,82 @@
+// Helpers for the transfer-mode tests: pixels that hit the edge values
+// often, calls through the nine tables, and linear-light tables made from a
+// plain gamma curve.
+#pragma once
+
+#include <cmath>
+#include <memory>
+
+#include "support/TestWorlds.h"
+
+namespace xt {
+
+template <class Pixel>
+using Ch = typename VX_PixelTraits<Pixel>::Channel;
+template <class Pixel>
+constexpr Ch<Pixel> kW = VX_PixelTraits<Pixel>::kWhite;
+template <class Pixel>
+constexpr bool kFloat = std::is_same_v<Pixel, VX_PixelFloat>;
+
+// A channel value; a fifth of them 0 and a fifth white, so that the
+// shortcuts of the formulas are taken as often as the general paths.
+template <class Pixel>
+Ch<Pixel> Channel(vxtest::Random& r) {
+  const int32_t k = r.Int(0, 9);
+  if (k < 2) return 0;
+  if (k < 4) return kW<Pixel>;
+  if constexpr (kFloat<Pixel>)
+    return r.Float(0.0f, 1.0f);
+  else
+    return static_cast<Ch<Pixel>>(r.Int(0, kW<Pixel>));
+}
+
+template <class Pixel>
+Pixel RandomPixel(vxtest::Random& r) {
+  return Pixel{Channel<Pixel>(r), Channel<Pixel>(r), Channel<Pixel>(r), Channel<Pixel>(r)};
+}
+
+template <class Pixel>
+Pixel Plain(int32_t mode, const Pixel& s, Pixel d, const VX_LinearBlendingTables* t = nullptr) {
+  VX_Xfer1Tables<Pixel>::Plain()[mode](&s, t, &d);
+  return d;
+}
+template <class Pixel>
+Pixel WithOpacity(int32_t mode, const Pixel& s, Ch<Pixel> opacity, Pixel d,
+                  const VX_LinearBlendingTables* t = nullptr) {
+  VX_Xfer1Tables<Pixel>::Opacity()[mode](&s, t, opacity, &d);
+  return d;
+}
+template <class Pixel>
+Pixel WithMask(int32_t mode, const Pixel& s, Ch<Pixel> opacity, Ch<Pixel> mask, Pixel d,
+               const VX_LinearBlendingTables* t = nullptr) {
+  VX_Xfer1Tables<Pixel>::Opacity2()[mode](&s, t, opacity, mask, &d);
+  return d;
+}
+
+// Equal pixels, NaN equal to NaN.
+template <class Pixel>
+bool Same(const Pixel& a, const Pixel& b) {
+  auto eq = [](auto x, auto y) { return x == y || (x != x && y != y); };
+  return eq(a.alpha, b.alpha) && eq(a.red, b.red) && eq(a.green, b.green) && eq(a.blue, b.blue);
+}
+
+// Tables for c^gamma, with the float exponents of the same curve.
+inline std::unique_ptr<VX_LinearBlendingTables> GammaTables(double gamma) {
+  auto t = std::make_unique<VX_LinearBlendingTables>();
+  for (int i = 0; i < 256; ++i)
+    t->to_linear[i] = static_cast<uint16_t>(std::lround(32768.0 * std::pow(i / 255.0, gamma)));
+  for (int i = 0; i <= 4096; ++i)
+    t->from_linear[i] = static_cast<uint16_t>(std::lround(32768.0 * std::pow(i / 4096.0, 1.0 / gamma)));
+  t->to_linear_gamma = static_cast<float>(gamma);
+  t->from_linear_gamma = static_cast<float>(1.0 / gamma);
+  return t;
+}
+
+// The per-pixel modes, for loops.
+constexpr int32_t kModes = VX_kXferPixelModes;
+
+inline std::string ModeName(int32_t mode) { return VX_XferModeName(mode) ? VX_XferModeName(mode) : "?"; }
+
+}  // namespace xt
+
+typedef ::testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat> XferDepths;
