@@ -3,6 +3,8 @@
 // plain gamma curve.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -71,6 +73,59 @@ inline std::unique_ptr<VX_LinearBlendingTables> GammaTables(double gamma) {
   t->from_linear_gamma = static_cast<float>(1.0 / gamma);
   return t;
 }
+
+// The recolour modes as commonly defined, with this package's luma weights,
+// over int32_t (rounded luma, truncating divisions) or double. Sorting by
+// the standard library: ties change no integer result.
+template <class T>
+struct RecolourRef {
+  typedef std::array<T, 3> C;
+  T white;
+  static T Luma(const C& c) {
+    if constexpr (std::is_integral_v<T>)
+      return (c[0] * 9798 + c[1] * 19235 + c[2] * 3735 + 16384) >> 15;
+    else
+      return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2];
+  }
+  static T Sat(const C& c) { return *std::max_element(c.begin(), c.end()) - *std::min_element(c.begin(), c.end()); }
+  static C WithSat(const C& c, T sat) {
+    const int hi = int(std::max_element(c.begin(), c.end()) - c.begin());
+    const int lo = int(std::min_element(c.begin(), c.end()) - c.begin());
+    C out{};
+    if (c[hi] == c[lo]) return out;
+    out[3 - hi - lo] = (c[3 - hi - lo] - c[lo]) * sat / (c[hi] - c[lo]);
+    out[hi] = sat;
+    return out;
+  }
+  // Moves c to luma L and clips it into 0..white around L.
+  C WithLum(C c, T L) const {
+    const T e = L - Luma(c);
+    for (T& v : c) v += e;
+    const T n = *std::min_element(c.begin(), c.end());
+    if (n < 0)
+      for (T& v : c) v = L + (v - L) * L / (L - n);
+    const T x = *std::max_element(c.begin(), c.end());
+    if (x > white)
+      for (T& v : c) v = L + (v - L) * (white - L) / (x - L);
+    return c;
+  }
+  C operator()(int32_t mode, const C& s, const C& d) const {
+    switch (mode) {
+      case XferHue:
+        return WithLum(WithSat(s, Sat(d)), Luma(d));
+      case XferSaturation:
+        return WithLum(WithSat(d, Sat(s)), Luma(d));
+      case XferColor:
+        return WithLum(s, Luma(d));
+      case XferLuminosity:
+        return WithLum(d, Luma(s));
+      case XferLighterColor:
+        return Luma(s) > Luma(d) ? s : d;
+      default:
+        return Luma(s) < Luma(d) ? s : d;
+    }
+  }
+};
 
 // The per-pixel modes, for loops.
 constexpr int32_t kModes = VX_kXferPixelModes;
