@@ -58,7 +58,7 @@ VX_INLINE typename VX_PixelTraits<Pixel>::Channel ToChannel(typename Arith<Pixel
 // The formula of mode `Mode`, specialised in the family headers:
 //   matte families and three-term: F(s, d) for a full source and, for the
 //     matte families, P(s, sa, d) for a partial one, on colour channels;
-//   recolour: Colour(s, before, after, c) forms the triple to mix in;
+//   recolour: Triple(s, before, after, c) forms the colour to mix in;
 //   direct, dissolve and alpha-only: Run(s, sa, d) on the whole pixel.
 // Each specialisation is a template over the pixel type, with M the depth's
 // arithmetic and T its working type.

@@ -23,7 +23,8 @@ VX_INLINE void XferRun(const Pixel& s, typename Arith<Pixel>::T sa, const VX_Lin
 }
 
 // The source alpha the variants start from: the pixel's own, except for
-// the premultiplied add, which starts from white and never reads it.
+// the premultiplied add, which starts from white (its core scales the
+// source's premultiplied channels, alpha included, by what the variant forms).
 template <class Pixel, int32_t Mode>
 VX_INLINE typename Arith<Pixel>::T XferStartAlpha(const Pixel& s) {
   if constexpr (Mode == XferAddPremul)
