@@ -13,3 +13,4 @@
 #include "vx/Scratch.h"
 #include "vx/Types.h"
 #include "vx/World.h"
+#include "vx/Xfer.h"

@@ -58,6 +58,8 @@ VX_INLINE float invF(float a) { return 1.0f - a; }
 // v / a; a zero or denormal gives 1.0.
 VX_INLINE float divF(float a, float v) { return zero_or_denormal(a) ? 1.0f : v / a; }
 VX_INLINE float lerpF(float d, float c, float a) { return d + (c - d) * a; }
+// 2 x product for a product already formed.
+VX_INLINE float dblF(float x) { return 2.0f * x; }
 
 // ---- luma -------------------------------------------------------------------
 
@@ -78,6 +80,7 @@ struct Arith<VX_Pixel8> {
   static VX_INLINE T inv(T a) { return inv8(a); }
   static VX_INLINE T div(T a, T v) { return div8(a, v); }
   static VX_INLINE T lerp(T d, T c, T a) { return lerp8(d, c, a); }
+  static VX_INLINE T dbl(T x) { return dbl8(x); }
   static VX_INLINE T luma(T r, T g, T b) { return luma_int(r, g, b); }
 };
 
@@ -90,6 +93,7 @@ struct Arith<VX_Pixel16> {
   static VX_INLINE T inv(T a) { return inv16(a); }
   static VX_INLINE T div(T a, T v) { return div16(a, v); }
   static VX_INLINE T lerp(T d, T c, T a) { return lerp16(d, c, a); }
+  static VX_INLINE T dbl(T x) { return dbl16(x); }
   static VX_INLINE T luma(T r, T g, T b) { return luma_int(r, g, b); }
 };
 
@@ -102,6 +106,7 @@ struct Arith<VX_PixelFloat> {
   static VX_INLINE T inv(T a) { return invF(a); }
   static VX_INLINE T div(T a, T v) { return divF(a, v); }
   static VX_INLINE T lerp(T d, T c, T a) { return lerpF(d, c, a); }
+  static VX_INLINE T dbl(T x) { return dblF(x); }
   static VX_INLINE T luma(T r, T g, T b) { return lumaF(r, g, b); }
 };
 

@@ -1,0 +1,69 @@
+// Pieces shared by the transfer-mode formulas of every family: the depth's
+// arithmetic with a few extra terms, channel access by index, and the
+// primary template that each mode specialises with its formula.
+#pragma once
+
+#include <algorithm>
+#include <type_traits>
+
+#include "core/ChannelMath.h"
+#include "vx/Xfer.h"
+
+namespace vx {
+inline namespace VX_ISA_NS {
+
+// The depth's arithmetic, plus what the mode formulas need beyond it.
+template <class Pixel>
+struct XferMath : Arith<Pixel> {
+  typedef Arith<Pixel> A;
+  typedef typename A::T T;
+  typedef typename VX_PixelTraits<Pixel>::Channel Channel;
+  static constexpr bool kFloat = std::is_floating_point_v<T>;
+  static constexpr bool k8 = !kFloat && A::kWhite == 255;
+  static constexpr bool k16 = !kFloat && !k8;
+  // The white subtracted in 2s - W: 2s with bit 8 dropped at 8 bits.
+  static constexpr T kWhite2 = kFloat ? T(1) : (k8 ? T(256) : T(32768));
+
+  // Integer results are kept to the channel's bits, as a store would keep
+  // them; an 8-bit value must be a byte before it indexes the divide table.
+  static VX_INLINE T Keep(T x) {
+    if constexpr (kFloat)
+      return x;
+    else
+      return x & (k8 ? 0xFF : 0xFFFF);
+  }
+  // The union of two alphas.
+  static VX_INLINE T Union(T sa, T da) { return A::inv(A::mul(A::inv(sa), A::inv(da))); }
+  static VX_INLINE T Min(T a, T b) { return std::min(a, b); }
+  static VX_INLINE T Max(T a, T b) { return std::max(a, b); }
+  static VX_INLINE T Abs(T a) { return a < 0 ? -a : a; }
+  static VX_INLINE T Luma(const Pixel& p) { return A::luma(p.red, p.green, p.blue); }
+};
+
+// Colour channel i (0 red, 1 green, 2 blue) of a pixel.
+template <class Pixel>
+VX_INLINE auto& Colour(Pixel& p, int i) {
+  return i == 0 ? p.red : (i == 1 ? p.green : p.blue);
+}
+template <class Pixel>
+VX_INLINE const auto& Colour(const Pixel& p, int i) {
+  return i == 0 ? p.red : (i == 1 ? p.green : p.blue);
+}
+
+template <class Pixel>
+VX_INLINE typename VX_PixelTraits<Pixel>::Channel ToChannel(typename Arith<Pixel>::T v) {
+  return static_cast<typename VX_PixelTraits<Pixel>::Channel>(v);
+}
+
+// The formula of mode `Mode`, specialised in the family headers:
+//   matte families and three-term: F(s, d) for a full source and, for the
+//     matte families, P(s, sa, d) for a partial one, on colour channels;
+//   recolour: Triple(s, before, after, c) forms the colour to mix in;
+//   direct, dissolve and alpha-only: Run(s, sa, d) on the whole pixel.
+// Each specialisation is a template over the pixel type, with M the depth's
+// arithmetic and T its working type.
+template <int32_t Mode, class Pixel>
+struct XferOp;
+
+}  // namespace VX_ISA_NS
+}  // namespace vx
