@@ -12,3 +12,6 @@
 #include "vx/Scratch.h"
 #include "vx/Types.h"
 #include "vx/World.h"
+#include "vx/ColorSettings.h"
+#include "vx/ColorTransforms.h"
+#include "vx/LinearBlending.h"

@@ -19,6 +19,8 @@
 //     RGB, grey or any other ICC profile; data that isn't an ICC profile throws
 //     TNT_ORX_Error with ORX_Err_BadProfile, a missing file ORX_Err_FileNotFound.
 //     Transforms need RGB profiles (ORX_Err_NotRGB otherwise).
+//   - A working space of its own: TNT_ORX_Profile::FromCurve(name, white and
+//     primaries, curve samples).
 #pragma once
 
 #include <cstddef>
@@ -149,6 +151,11 @@ ORX_Error ORX_ReferenceProfileProc(ORXProfile* profile);
 ORX_Error ORX_UnReferenceProfileProc(ORXProfile* profile);
 ORX_Error ORX_ProfileFromICCDataProc(ORXProfile** out, const void* data, size_t size);
 ORX_Error ORX_ProfileFromICCFileProc(ORXProfile** out, const char* path);
+// A matrix-shaper RGB profile of the host's own: white and primaries as CIE
+// x, y pairs (white, then red, green, blue), and one curve for the three
+// channels, sampled at `count` (2..4096) even steps from 0 to 1 in 0..65535.
+ORX_Error ORX_ProfileFromCurveProc(ORXProfile** out, const wchar_t* name, const double xy[8], const uint16_t* curve,
+                                   int32_t count);
 // The profile as ICC data: with a null buffer only *size is set to the bytes
 // needed; otherwise *size must be at least that.
 ORX_Error ORX_ProfileToICCDataProc(ORXProfile* profile, void* buffer, size_t* size);
@@ -273,6 +280,9 @@ class TNT_ORX_Profile {
   static std::shared_ptr<TNT_ORX_Profile> FromICCFile(const std::string& path);
   static std::shared_ptr<TNT_ORX_Profile> FromICCData(const void* data, size_t size);
   std::vector<uint8_t> ToICCData() const;
+  // See ORX_ProfileFromCurveProc.
+  static std::shared_ptr<TNT_ORX_Profile> FromCurve(const std::wstring& name, const double xy[8],
+                                                    const std::vector<uint16_t>& curve);
 
  private:
   ORXProfile* handle_ = nullptr;

@@ -26,6 +26,7 @@ const ORX_ProcEntry kEntries[] = {
     ORX_ENTRY("ProfileFromICCData", ORX_ProfileFromICCDataProc),
     ORX_ENTRY("ProfileFromICCFile", ORX_ProfileFromICCFileProc),
     ORX_ENTRY("ProfileToICCData", ORX_ProfileToICCDataProc),
+    ORX_ENTRY("ProfileFromCurve", ORX_ProfileFromCurveProc),
     ORX_ENTRY("LinearRGBProfile", ORX_LinearRGBProfileProc),
     ORX_ENTRY("GetProfileName", ORX_GetProfileNameProc),
     ORX_ENTRY("GetProfileID", ORX_GetProfileIDProc),

@@ -250,6 +250,25 @@ ORX_Error ORX_ProfileFromICCFileProc(ORXProfile** out, const char* path) {
   });
 }
 
+ORX_Error ORX_ProfileFromCurveProc(ORXProfile** out, const wchar_t* name, const double xy[8], const uint16_t* curve,
+                                   int32_t count) {
+  if (!out || !xy || !curve || count < 2 || count > 4096) return ORX_Err_BadParameter;
+  *out = nullptr;
+  return orx::Guard([&] {
+    const cmsCIExyY white = {xy[0], xy[1], 1.0};
+    const cmsCIExyYTRIPLE primaries = {{xy[2], xy[3], 1.0}, {xy[4], xy[5], 1.0}, {xy[6], xy[7], 1.0}};
+    cmsToneCurve* t = cmsBuildTabulatedToneCurve16(orx::Context(), static_cast<cmsUInt32Number>(count), curve);
+    if (!t) return ORX_Err_OutOfMemory;
+    cmsToneCurve* curves[3] = {t, t, t};
+    cmsHPROFILE handle = cmsCreateRGBProfileTHR(orx::Context(), &white, &primaries, curves);
+    cmsFreeToneCurve(t);
+    if (!handle) return ORX_Err_BadParameter;
+    ORX_Error err = ORX_Err_None;
+    *out = orx::WrapProfile(handle, name && *name ? name : L"Custom RGB", &err);
+    return err;
+  });
+}
+
 ORX_Error ORX_ProfileToICCDataProc(ORXProfile* profile, void* buffer, size_t* size) {
   if (!profile || !size) return ORX_Err_BadParameter;
   cmsUInt32Number needed = 0;

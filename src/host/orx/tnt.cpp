@@ -102,6 +102,14 @@ std::shared_ptr<TNT_ORX_Profile> TNT_ORX_Profile::FromICCData(const void* data, 
   return Adopt(err, p);
 }
 
+std::shared_ptr<TNT_ORX_Profile> TNT_ORX_Profile::FromCurve(const std::wstring& name, const double xy[8],
+                                                            const std::vector<uint16_t>& curve) {
+  ORXProfile* p = nullptr;
+  const ORX_Error err =
+      ORX_ProfileFromCurveProc(&p, name.c_str(), xy, curve.data(), static_cast<int32_t>(curve.size()));
+  return Adopt(err, p);
+}
+
 std::vector<uint8_t> TNT_ORX_Profile::ToICCData() const {
   size_t size = 0;
   TNT_ORX_ETX(ORX_ProfileToICCDataProc(handle_, nullptr, &size));
