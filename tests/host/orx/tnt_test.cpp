@@ -68,6 +68,7 @@ TEST(TNTProfile, CalibrationFitsTheCurvesAndKeepsTheColorants) {
 }
 
 TEST(TNTProfile, ICCFilesRoundTripAndBadFilesThrowTheirCodes) {
+  TNT_ORX_Profile::FromCode(ORX_Profile_DisplayP3);  // built-ins stay once made
   const int32_t live = ORX_LiveProfiles();
   {
     auto p3 = TNT_ORX_Profile::FromCode(ORX_Profile_DisplayP3);
