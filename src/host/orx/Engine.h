@@ -20,6 +20,13 @@ struct ORXProfile {
   bool matrix_shaper = false;  // curves and colorants, so it has a linear twin
   bool over_range = false;     // linear curves
 
+  // The calibration, fitted on first request: the fit is costly and a
+  // profile never changes.
+  std::mutex cal_lock;
+  bool cal_known = false;
+  ORX_Error cal_error = ORX_Err_None;
+  ORX_CalRGB cal{};
+
   ORXProfile();
   ~ORXProfile();
   ORXProfile(const ORXProfile&) = delete;

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr int32_t kChunk = 512;
+constexpr int32_t kChunk = 4096;        // pixels a Little CMS call
+constexpr int32_t kPreciseChunk = 512;  // pixels of the float buffer
 
 // One channel from one depth to another: 8 and 16 bits by their integer
 // rules, float clamped and rounded on the way to an integer.
@@ -80,35 +81,48 @@ void CarryAlpha(const void* source, uint32_t sf, void* destination, uint32_t df,
   });
 }
 
+// Pixels go through in chunks, so that the alpha is carried while the chunk
+// is still in the cache.
+template <class Body>
+void InChunks(const void* source, uint32_t sf, void* destination, uint32_t df, int32_t count, int32_t chunk,
+              bool carry_alpha, Body&& body) {
+  const int32_t sbytes = orx::BytesPerChannel(sf) * 4, dbytes = orx::BytesPerChannel(df) * 4;
+  for (int32_t at = 0; at < count; at += chunk) {
+    const int32_t n = std::min(chunk, count - at);
+    const char* s = static_cast<const char*>(source) + static_cast<ptrdiff_t>(at) * sbytes;
+    char* d = static_cast<char*>(destination) + static_cast<ptrdiff_t>(at) * dbytes;
+    body(s, d, n);
+    if (carry_alpha) CarryAlpha(s, sf, d, df, n);
+  }
+}
+
 ORX_Error ApplyPrecise(ORXTransform* t, const void* source, void* destination, int32_t count, uint32_t sf,
-                       uint32_t df, bool clip) {
+                       uint32_t df, bool clip, bool carry_alpha) {
   ORX_Error err = ORX_Err_None;
   cmsHTRANSFORM h = orx::BuiltFor(t, TYPE_ARGB_FLT, TYPE_ARGB_FLT, true, &err);
   if (!h) return err;
-  const int32_t sbytes = orx::BytesPerChannel(sf) * 4, dbytes = orx::BytesPerChannel(df) * 4;
-  std::vector<float> chunk(static_cast<size_t>(kChunk) * 4, 0.0f);
-  for (int32_t at = 0; at < count; at += kChunk) {
-    const int32_t n = std::min(kChunk, count - at);
-    const char* s = static_cast<const char*>(source) + static_cast<ptrdiff_t>(at) * sbytes;
-    char* d = static_cast<char*>(destination) + static_cast<ptrdiff_t>(at) * dbytes;
-    ByChannel(sf, [&](auto c) { LoadColours<decltype(c)>(s, chunk.data(), n); });
-    cmsDoTransform(h, chunk.data(), chunk.data(), static_cast<cmsUInt32Number>(n));
-    ByChannel(df, [&](auto c) { StoreColours<decltype(c)>(chunk.data(), d, n, clip); });
-  }
+  std::vector<float> buffer(static_cast<size_t>(kPreciseChunk) * 4, 0.0f);
+  InChunks(source, sf, destination, df, count, kPreciseChunk, carry_alpha, [&](const char* s, char* d, int32_t n) {
+    ByChannel(sf, [&](auto c) { LoadColours<decltype(c)>(s, buffer.data(), n); });
+    cmsDoTransform(h, buffer.data(), buffer.data(), static_cast<cmsUInt32Number>(n));
+    ByChannel(df, [&](auto c) { StoreColours<decltype(c)>(buffer.data(), d, n, clip); });
+  });
   return ORX_Err_None;
 }
 
 ORX_Error ApplyBuilt(ORXTransform* t, const void* source, void* destination, int32_t count, uint32_t sf,
-                     uint32_t df, bool clip) {
+                     uint32_t df, bool clip, bool carry_alpha) {
   ORX_Error err = ORX_Err_None;
   cmsHTRANSFORM h = orx::BuiltFor(t, orx::LcmsFormat(sf), orx::LcmsFormat(df), false, &err);
   if (!h) return err;
-  cmsDoTransform(h, source, destination, static_cast<cmsUInt32Number>(count));
-  if (clip && df == ORX_Format_ARGBFloat) {
-    float* d = static_cast<float*>(destination);
-    for (int32_t i = 0; i < count * 4; i += 4)
-      for (int c = 1; c < 4; ++c) d[i + c] = Clip01(d[i + c]);
-  }
+  const bool clip_floats = clip && df == ORX_Format_ARGBFloat;
+  InChunks(source, sf, destination, df, count, kChunk, carry_alpha, [&](const char* s, char* d, int32_t n) {
+    cmsDoTransform(h, s, d, static_cast<cmsUInt32Number>(n));
+    if (!clip_floats) return;
+    float* f = reinterpret_cast<float*>(d);
+    for (int32_t i = 0; i < n * 4; i += 4)
+      for (int c = 1; c < 4; ++c) f[i + c] = Clip01(f[i + c]);
+  });
   return ORX_Err_None;
 }
 
@@ -124,14 +138,12 @@ ORX_Error ORX_ApplyTransformProc2(ORXTransform* transform, const void* source, v
   if (count == 0) return ORX_Err_None;
   const bool precise = options && options->Get(ORX_OptKey_Precise, 0) != 0;
   const bool clip = transform->links.back().intent != ORX_Intent_Unclipped;
+  const bool carry_alpha = source != destination;  // in place, the alpha is already there
   return orx::Guard([&] {
-    const ORX_Error err = precise ? ApplyPrecise(transform, source, destination, count, source_format,
-                                                 destination_format, clip)
-                                  : ApplyBuilt(transform, source, destination, count, source_format,
-                                               destination_format, clip);
-    if (!err && (source != destination || source_format != destination_format))
-      CarryAlpha(source, source_format, destination, destination_format, count);
-    return err;
+    return precise ? ApplyPrecise(transform, source, destination, count, source_format, destination_format, clip,
+                                  carry_alpha)
+                   : ApplyBuilt(transform, source, destination, count, source_format, destination_format, clip,
+                                carry_alpha);
   });
 }
 

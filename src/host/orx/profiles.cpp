@@ -301,27 +301,41 @@ ORX_Error ORX_LinearRGBProfileProc(ORXProfile** out, ORXProfile* profile) {
   });
 }
 
-ORX_Error ORX_ExtractCalRGBProc(ORXProfile* profile, ORX_CalRGB* out, void*) {
-  if (!profile || !out) return ORX_Err_BadParameter;
-  if (!profile->matrix_shaper) return ORX_Err_NotRGB;
+namespace {
+
+ORX_Error FitCalRGB(cmsHPROFILE handle, ORX_CalRGB* out) {
   double* gammas[3] = {&out->red_gamma, &out->green_gamma, &out->blue_gamma};
   for (int c = 0; c < 3; ++c) {
-    auto* curve = static_cast<cmsToneCurve*>(cmsReadTag(profile->handle, kTRCs[c]));
+    auto* curve = static_cast<cmsToneCurve*>(cmsReadTag(handle, kTRCs[c]));
     // A large precision bound asks for the best fit however far the curve
     // is from a pure power.
     const double g = curve ? cmsEstimateGamma(curve, 1e6) : -1.0;
     if (!(g > 0.0)) return ORX_Err_BadProfile;
     *gammas[c] = g;
   }
-  const auto* white = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile->handle, cmsSigMediaWhitePointTag));
+  const auto* white = static_cast<const cmsCIEXYZ*>(cmsReadTag(handle, cmsSigMediaWhitePointTag));
   if (!white) white = cmsD50_XYZ();
   out->white[0] = white->X, out->white[1] = white->Y, out->white[2] = white->Z;
   for (int c = 0; c < 3; ++c) {
-    const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile->handle, kColorants[c]));
+    const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(handle, kColorants[c]));
     if (!xyz) return ORX_Err_BadProfile;
     out->matrix[c * 3] = xyz->X, out->matrix[c * 3 + 1] = xyz->Y, out->matrix[c * 3 + 2] = xyz->Z;
   }
   return ORX_Err_None;
+}
+
+}  // namespace
+
+ORX_Error ORX_ExtractCalRGBProc(ORXProfile* profile, ORX_CalRGB* out, void*) {
+  if (!profile || !out) return ORX_Err_BadParameter;
+  if (!profile->matrix_shaper) return ORX_Err_NotRGB;
+  std::lock_guard<std::mutex> guard(profile->cal_lock);
+  if (!profile->cal_known) {
+    profile->cal_error = orx::Guard([&] { return FitCalRGB(profile->handle, &profile->cal); });
+    profile->cal_known = true;
+  }
+  if (!profile->cal_error) *out = profile->cal;
+  return profile->cal_error;
 }
 
 ORX_Error ORX_GetProfileNameProc(ORXProfile* profile, wchar_t* buffer, int32_t size) {

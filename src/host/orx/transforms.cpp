@@ -51,7 +51,8 @@ cmsHTRANSFORM Build(const ORXTransform& t, cmsUInt32Number source, cmsUInt32Numb
 }
 
 // A new transform with these links (references taken) and a first build, so
-// that a chain Little CMS can't run fails here and not when pixels come.
+// that a chain Little CMS can't run fails here and not when pixels come. The
+// exact float build is the cheapest to make, and the precise path uses it.
 ORX_Error NewTransform(std::vector<ORXLink> links, int32_t optimize_override, ORXTransform** out) {
   auto* t = new ORXTransform;
   for (ORXLink& link : links) {
@@ -61,7 +62,7 @@ ORX_Error NewTransform(std::vector<ORXLink> links, int32_t optimize_override, OR
   t->links = std::move(links);
   t->optimize_override = optimize_override;
   ORX_Error err = ORX_Err_None;
-  if (!orx::BuiltFor(t, TYPE_ARGB_FLT, TYPE_ARGB_FLT, false, &err)) {
+  if (!orx::BuiltFor(t, TYPE_ARGB_FLT, TYPE_ARGB_FLT, true, &err)) {
     orx::Release(t);
     return err;
   }
