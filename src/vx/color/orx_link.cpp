@@ -23,27 +23,30 @@ const ORX_InterfaceTable* Table(KLB_AddressProc lookup, const char* name) {
   return lookup ? static_cast<const ORX_InterfaceTable*>(lookup(name)) : nullptr;
 }
 
-// A table counts only when every procedure the package takes is in it.
+// A table counts only when every procedure the package takes is in it. The
+// new link is made aside and put in place whole.
 void Fetch() {
-  g_link.generation = KLB_Generation();
-  g_link.fetched = true;
-  g_link.procs = VXp_ORXProcs{};
+  Link link;
+  link.fetched = true;
+  link.generation = KLB_Generation();
+  link.release_registered = g_link.release_registered;
   KLB_AddressProc lookup = nullptr;
   if (TNT_GetKLBAddressProc(&lookup)) lookup = nullptr;
   const ORX_InterfaceTable* table = Table(lookup, ORX_kInterfaceName);
   bool complete = table != nullptr;
-#define VXP_ORX_FETCH(member, type, key, name)                                      \
-  g_link.procs.member = reinterpret_cast<type>(ORX_FindProc(table, name));           \
-  complete = complete && g_link.procs.member != nullptr;
+#define VXP_ORX_FETCH(member, type, key, name)                              \
+  link.procs.member = reinterpret_cast<type>(ORX_FindProc(table, name)); \
+  complete = complete && link.procs.member != nullptr;
   VXP_ORX_PROCS(VXP_ORX_FETCH)
 #undef VXP_ORX_FETCH
-  if (!complete) g_link.procs = VXp_ORXProcs{};
-  g_link.complete = complete;
-  g_link.converters = Table(lookup, ORX_kBitDepthConverterInterfaceName);
-  if (!g_link.release_registered) {
-    g_link.release_registered = true;
+  if (!complete) link.procs = VXp_ORXProcs{};
+  link.complete = complete;
+  link.converters = Table(lookup, ORX_kBitDepthConverterInterfaceName);
+  if (!link.release_registered) {
+    link.release_registered = true;
     VXp_AddShutdownRelease(ReleaseLink);
   }
+  g_link = link;
 }
 
 }  // namespace

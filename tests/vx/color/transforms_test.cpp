@@ -268,14 +268,4 @@ TEST(CalRGBGammas, FitTheCurves) {
   EXPECT_EQ(b, 1.0f);
 }
 
-TEST(RowHelpers, DeinterleaveAndInterleaveOneChannel) {
-  float pixels[12] = {0, 1, 2, 3, 10, 11, 12, 13, 20, 21, 22, 23}, plane[3];
-  VX_Deinterleave1(pixels, plane, 3, 2);
-  EXPECT_EQ(plane[2], 22.0f);
-  const float mark[3] = {-1, -2, -3};
-  VX_Interleave1to4(mark, pixels, 3, 0);
-  EXPECT_EQ(pixels[4], -2.0f);
-  EXPECT_EQ(pixels[5], 11.0f);
-}
-
 }  // namespace
