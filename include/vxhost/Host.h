@@ -9,3 +9,6 @@
 #include "vxhost/SEQ.h"
 #include "vxhost/Workers.h"
 #include "vxhost/ADDN.h"
+#include "vxhost/ORX.h"
+#include "vxhost/OPTS.h"
+#include "vxhost/tessacore.h"
