@@ -16,6 +16,7 @@
 #include "vx/PixelTraits.h"
 #include "vx/Scratch.h"
 #include "vx/Suites.h"
+#include "vx/Transfer.h"
 #include "vx/Types.h"
 #include "vx/World.h"
 #include "vx/Xfer.h"
