@@ -3,7 +3,7 @@
 
 namespace vxtool {
 
-const OptionSpec kQuietOption{"quiet", 'q', false, "no progress bar"};
+const OptionDef kQuietOption{"quiet", 'q', false, "no progress bar"};
 
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> commands = {
