@@ -74,8 +74,9 @@ inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, __m256i opacity, 
   }
   const __m256i d = _mm256_loadu_si256(out);
   const __m256i da = _mm256_and_si256(d, k.low_byte);
-  if (_mm256_testz_si256(da, da)) {
-    _mm256_storeu_si256(out, s);
+  const __m256i a_zero = _mm256_cmpeq_epi32(a, k.zero);
+  if (_mm256_testz_si256(da, da)) {  // pixels with nothing to add keep their colours
+    _mm256_storeu_si256(out, _mm256_blendv_epi8(s, d, a_zero));
     return;
   }
   const __m256i ab = _mm256_shuffle_epi8(s, k.broadcast_alpha);
@@ -92,7 +93,7 @@ inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, __m256i opacity, 
   const __m256i da_lo = _mm256_unpacklo_epi8(db, k.zero), da_hi = _mm256_unpackhi_epi8(db, k.zero);
   __m256i res = _mm256_packus_epi16(General(s_lo, a_lo, d_lo, da_lo, k), General(s_hi, a_hi, d_hi, da_hi, k));
   res = _mm256_blendv_epi8(res, s, _mm256_cmpeq_epi32(da, k.zero));
-  res = _mm256_blendv_epi8(res, d, _mm256_cmpeq_epi32(a, k.zero));
+  res = _mm256_blendv_epi8(res, d, a_zero);
   _mm256_storeu_si256(out, res);
 }
 

@@ -87,8 +87,8 @@ inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, __m128i opacity, 
   const __m128i d = Aligned ? _mm_load_si128(out) : _mm_loadu_si128(out);
   const __m128i da = _mm_and_si128(d, k.low_byte);
   const __m128i da_zero = _mm_cmpeq_epi32(da, k.zero);
-  if (AllLanes(da_zero)) {
-    _mm_storeu_si128(out, s);
+  if (AllLanes(da_zero)) {  // pixels with nothing to add keep their colours
+    _mm_storeu_si128(out, Select(a_zero, d, s));
     return;
   }
   const __m128i ab = _mm_shuffle_epi8(s, k.broadcast_alpha), db = _mm_shuffle_epi8(d, k.broadcast_alpha);
