@@ -67,14 +67,14 @@ VX_Err CompositeRect(VX_ProgressInfo* progress, const GEO_LRect* source_rect, ui
       if (VX_Err err = progress->progress(progress->refcon, height - k, height)) return err;
     if (y < 0 || y >= destination->height || sy < 0 || sy >= source->height) continue;
     const auto* s = reinterpret_cast<const VX_Pixel8*>(static_cast<const char*>(source->data) +
-                                                       static_cast<ptrdiff_t>(sy) * source->row_stride) + r.left;
+                                                       static_cast<ptrdiff_t>(sy) * source->row_stride);
     auto* d = reinterpret_cast<VX_Pixel8*>(static_cast<char*>(destination->data) +
-                                           static_cast<ptrdiff_t>(y) * destination->row_stride) + dest_x;
+                                           static_cast<ptrdiff_t>(y) * destination->row_stride);
     for (int32_t i = first; i < last; ++i) {
       if constexpr (Premul)
-        PremulPixel(s[i], opacity, d[i]);
+        PremulPixel(s[r.left + i], opacity, d[dest_x + i]);
       else
-        StraightPixel(s[i], opacity, d[i]);
+        StraightPixel(s[r.left + i], opacity, d[dest_x + i]);
     }
   }
   return VX_Err_None;

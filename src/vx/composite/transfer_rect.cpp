@@ -25,14 +25,16 @@ struct Caller {
 
 VX_Err NoProgress(void*, int32_t, int32_t) { return VX_Err_None; }
 
-// The opacity in channel units.
+// The opacity in channel units; integer depths hold no more than full.
 template <class Pixel>
 typename VX_PixelTraits<Pixel>::Channel OpacityOf(float opacity) {
-  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>)
+  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
     return opacity;
-  else
+  } else {
+    const double clamped = opacity > 1.0f ? 1.0 : (opacity > 0.0f ? static_cast<double>(opacity) : 0.0);
     return static_cast<typename VX_PixelTraits<Pixel>::Channel>(
-        static_cast<int32_t>(static_cast<double>(VX_PixelTraits<Pixel>::kWhite) * opacity + 0.5));
+        static_cast<int32_t>(static_cast<double>(VX_PixelTraits<Pixel>::kWhite) * clamped + 0.5));
+  }
 }
 
 // The clipped destination rectangle and the source's offset from it; false
@@ -74,10 +76,11 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
   const GEO_LRect whole{0, 0, source->width, source->height};
   const GEO_LRect requested = source_rect ? *source_rect : whole;
 
-  // Row buffers: the saved alpha and the mask row.
+  // Row buffers: the saved alpha and the mask row, the first two of a
+  // caller's block (the other eight are spare), else from the pool.
   void* saved = nullptr;
   void* mask_row = nullptr;
-  if (caller.row_buffers) {
+  if (caller.row_buffers && caller.row_buffers[0] && caller.row_buffers[1]) {
     saved = caller.row_buffers[0];
     mask_row = caller.row_buffers[1];
   } else {

@@ -82,16 +82,6 @@ TEST(CompositeRect, StraightAndPremultipliedRules) {
   // An opaque destination is never touched; opacity 0 returns at once.
   EXPECT_TRUE(xt::Same(one(VX_CompositeRectDraft_Premul, s, VX_Pixel8{255, 1, 2, 3}, 255), VX_Pixel8{255, 1, 2, 3}));
   EXPECT_TRUE(xt::Same(one(VX_CompositeRectDraft_Premul, s, clear, 0), clear));
-  // Half-covered destination: the source fills the uncovered half, against
-  // 24-bit weights (straight) or a premultiplied sum.
-  const VX_Pixel8 straight = one(VX_CompositeRectBest_Straight, VX_Pixel8{255, 200, 0, 100}, VX_Pixel8{128, 0, 200, 100}, 255);
-  EXPECT_EQ(straight.alpha, 255);
-  EXPECT_NEAR(straight.red, 100, 1);
-  EXPECT_NEAR(straight.green, 100, 1);
-  const VX_Pixel8 premul = one(VX_CompositeRectBest_Premul, VX_Pixel8{128, 128, 0, 64}, VX_Pixel8{128, 0, 128, 64}, 255);
-  EXPECT_NEAR(premul.alpha, 192, 1);
-  EXPECT_NEAR(premul.red, 64, 1);
-  EXPECT_NEAR(premul.green, 128, 1);
 }
 
 }  // namespace
