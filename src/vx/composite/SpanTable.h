@@ -23,6 +23,13 @@ VX_Err SpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearBlendin
     if (VXp_HasAVX2()) return VXp_SpanOver8_AVX2(count, src, m, desc->mode.opacity, dst);
     if (VXp_HasSSSE3()) return VXp_SpanOver8_SSSE3(count, src, m, desc->mode.opacity, dst);
   }
+  constexpr VX_XferFamily family = VX_XferFamilyOf(Mode);
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8> &&
+                (family == VX_XferFamily::BlackMatte || family == VX_XferFamily::WhiteMatte ||
+                 family == VX_XferFamily::GreyMatte)) {
+    if (VXp_HasAVX2())
+      return VXp_SpanMatteColours8_AVX2(Mode)(count, src, HasMask ? mask : nullptr, desc->mode.opacity, dst);
+  }
   if constexpr (std::is_same_v<Pixel, VX_Pixel8> && Mode == XferCopy) {
     const VX_BlendingMode<Pixel>& mode = desc->mode;
     const bool block = !HasMask && !mode.keep_alpha && mode.opacity == 255;

@@ -15,3 +15,9 @@ VX_Err VXp_SpanOver8_AVX2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* 
 // one block copy).
 VX_Err VXp_SpanCopy8_SSE2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                           bool keep_alpha, VX_Pixel8* dst);
+
+// The colours of an 8-bit matte-family mode on a flattened destination, from
+// the mode's own formula on vector lanes; null for other modes.
+typedef VX_Err (*VXp_SpanColoursProc8)(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
+                                       VX_Pixel8* dst);
+VXp_SpanColoursProc8 VXp_SpanMatteColours8_AVX2(int32_t mode);

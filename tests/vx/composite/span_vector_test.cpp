@@ -89,6 +89,18 @@ TEST(SpanVectorForms, CopyIsExact) {
   EXPECT_EQ(Compare(XferCopy, 1, 0, 0, 0, &channels), 0);
 }
 
+// The matte-family formulas on vector lanes are the scalar ones, exactly.
+TEST(SpanVectorForms, MatteFamilyLanesAreExact) {
+  for (int32_t mode = 0; mode < xt::kModes; ++mode) {
+    const VX_XferFamily family = VX_XferFamilyOf(mode);
+    if (family != VX_XferFamily::BlackMatte && family != VX_XferFamily::WhiteMatte &&
+        family != VX_XferFamily::GreyMatte)
+      continue;
+    int64_t channels = 0;
+    EXPECT_EQ(Compare(mode, 1, 1, 1, 0, &channels), 0) << xt::ModeName(mode);
+  }
+}
+
 // Every quotient the block path can meet, against the table.
 TEST(SpanVectorForms, OverGeneralPathCoversEveryAlphaPair) {
   for (int avx2 : {0, 1}) {
