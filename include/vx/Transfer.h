@@ -20,7 +20,8 @@ VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t quality, int32_t fla
                          int32_t dest_y, VX_LayerDef* destination);
 // The same with the caller's row buffers (a block of ten pointers, each
 // holding a row of the source rectangle's width in the widest pixel), or
-// null to take them from the scratch pool. Through its own slot.
+// null to take them from the scratch pool. Buffer 0 holds the saved alpha,
+// buffer 1 the mask row; the rest are spare. Through slot 115.
 VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
                            const GEO_LRect* source_rect, VX_LayerDef* source, const VX_CompositeModePlus* mode,
                            const VX_LinearBlendingTables* tables, const VX_TrackMatte* mask,

@@ -6,6 +6,8 @@
 
 // 8 bits, SSSE3 (slots 35..40 in stage order).
 VX_SpanFunc8 VXp_MatteStage8_SSSE3(int32_t stage);
+// 8 bits, AVX2, eight pixels a step (slots 35..40 in stage order).
+VX_SpanFunc8 VXp_MatteStage8_AVX2(int32_t stage);
 // 8-bit alpha merge, SSE2 (slot 41).
 VX_Err VXp_AlphaMerge8_SSE2(int32_t count, const VX_Pixel8* src, uint8_t opacity, const VX_Pixel8* mask,
                             VX_Pixel8* dst);

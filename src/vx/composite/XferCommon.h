@@ -38,6 +38,11 @@ struct XferMath : Arith<Pixel> {
   static VX_INLINE T Max(T a, T b) { return std::max(a, b); }
   static VX_INLINE T Abs(T a) { return a < 0 ? -a : a; }
   static VX_INLINE T Luma(const Pixel& p) { return A::luma(p.red, p.green, p.blue); }
+  // Formulas that may run on vector lanes choose with Select rather than
+  // branch; both sides are computed, so each must be valid for any input.
+  static VX_INLINE T Select(bool c, T a, T b) { return c ? a : b; }
+  // Entry d (taken to 8 bits) of a 256-entry table.
+  static VX_INLINE T Lookup8(const uint8_t* table, T d) { return table[d & 0xFF]; }
 };
 
 // Colour channel i (0 red, 1 green, 2 blue) of a pixel.
@@ -61,8 +66,10 @@ VX_INLINE typename VX_PixelTraits<Pixel>::Channel ToChannel(typename Arith<Pixel
 //   recolour: Triple(s, before, after, c) forms the colour to mix in;
 //   direct, dissolve and alpha-only: Run(s, sa, d) on the whole pixel.
 // Each specialisation is a template over the pixel type, with M the depth's
-// arithmetic and T its working type.
-template <int32_t Mode, class Pixel>
+// arithmetic and T its working type. M is XferMath<Pixel> for one pixel; the
+// matte-family formulas also take the lane arithmetic of the vector kernels,
+// which has the same functions over several pixels at once.
+template <int32_t Mode, class Pixel, class M = XferMath<Pixel>>
 struct XferOp;
 
 }  // namespace VX_ISA_NS

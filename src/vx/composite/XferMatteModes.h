@@ -9,9 +9,8 @@
 namespace vx {
 inline namespace VX_ISA_NS {
 
-template <class Pixel>
-struct XferOp<XferAdd, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferAdd, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) {
     if constexpr (M::kFloat)
@@ -27,46 +26,40 @@ struct XferOp<XferAdd, Pixel> {
   }
 };
 
-template <class Pixel>
-struct XferOp<XferMultiply, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferMultiply, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) { return d - M::mul(M::inv(s), d); }
   static VX_INLINE T P(T s, T sa, T d) { return d - M::mul(sa, M::mul(M::inv(s), d)); }
 };
 
-template <class Pixel>
-struct XferOp<XferScreen, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferScreen, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) { return M::inv(M::mul(M::inv(s), M::inv(d))); }
   static VX_INLINE T P(T s, T sa, T d) { return M::inv(M::mul(M::inv(M::mul(s, sa)), M::inv(d))); }
 };
 
 // Multiply below mid grey of the destination, screen above.
-template <class Pixel>
-struct XferOp<XferOverlay, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferOverlay, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) {
-    if (d < M::kGrey) return M::dbl(s * d);
-    return M::inv(M::mul(2 * M::inv(d), M::inv(s)));
+    return M::Select(d < M::kGrey, M::dbl(s * d), M::inv(M::mul(2 * M::inv(d), M::inv(s))));
   }
   static VX_INLINE T P(T s, T sa, T d) { return M::lerp(d, F(s, d), sa); }
 };
 
 // Multiply below mid grey of the source, screen above.
-template <class Pixel>
-struct XferOp<XferHardLight, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferHardLight, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) {
     if constexpr (M::kFloat) {
       const T t = 2 * s - 1;
       return s >= 0.5f ? t * (1 - d) + d : d + t * d;
     } else {
-      if (s < M::kGrey) return d - M::mul(M::inv(2 * s), d);
-      return d + M::mul(2 * s - M::kWhite2, M::inv(d));
+      return M::Select(s < M::kGrey, d - M::mul(M::inv(2 * s), d), d + M::mul(2 * s - M::kWhite2, M::inv(d)));
     }
   }
   static VX_INLINE T P(T s, T sa, T d) {
@@ -74,52 +67,48 @@ struct XferOp<XferHardLight, Pixel> {
       const T t = 2 * s - 1;
       return s >= 0.5f ? d + sa * (t * (1 - d)) : d + t * d * sa;
     } else {
-      if (s < M::kGrey) return d - M::mul(sa, M::mul(M::inv(2 * s), d));
-      return d + M::mul(sa, M::mul(2 * s - M::kWhite2, M::inv(d)));
+      return M::Select(s < M::kGrey, d - M::mul(sa, M::mul(M::inv(2 * s), d)),
+                       d + M::mul(sa, M::mul(2 * s - M::kWhite2, M::inv(d))));
     }
   }
 };
 
-template <class Pixel>
-struct XferOp<XferDarken, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferDarken, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) { return M::Min(s, d); }
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat)
       return d > s ? d - (d - s) * sa : d;
     else
-      return s >= d ? d : d - M::mul(sa, d - s);
+      return M::Select(s >= d, d, d - M::mul(sa, d - s));
   }
 };
 
-template <class Pixel>
-struct XferOp<XferLighten, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferLighten, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) { return M::Max(s, d); }
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat)
       return s > d ? d + (s - d) * sa : d;
     else
-      return s <= d ? d : d + M::mul(sa, s - d);
+      return M::Select(s <= d, d, d + M::mul(sa, s - d));
   }
 };
 
 // The partial form scales the source before the difference, where the
 // three-term XferDifference2 weights the difference instead.
-template <class Pixel>
-struct XferOp<XferDifference, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferDifference, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) { return M::Abs(s - d); }
   static VX_INLINE T P(T s, T sa, T d) { return M::Abs(M::mul(s, sa) - d); }
 };
 
 // d / (1 - s): a white source gives white for every d, black included.
-template <class Pixel>
-struct XferOp<XferDodge, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferDodge, Pixel, M> {
   typedef typename M::T T;
   // d / t for t = 1 - (the source's share).
   static VX_INLINE T Dodge(T t, T d) {
@@ -133,9 +122,8 @@ struct XferOp<XferDodge, Pixel> {
 };
 
 // 1 - (1 - d) / s: a black source gives black for every d, white included.
-template <class Pixel>
-struct XferOp<XferBurn, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferBurn, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T Burn(T t, T d) {
     if constexpr (M::kFloat)
@@ -152,9 +140,8 @@ struct XferOp<XferBurn, Pixel> {
   }
 };
 
-template <class Pixel>
-struct XferOp<XferExclusion, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferExclusion, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T F(T s, T d) {
     if constexpr (M::kFloat)

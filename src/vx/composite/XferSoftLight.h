@@ -31,15 +31,14 @@ VX_INLINE float SoftLightLookupF(const float* table, float d) {
   return f != 0.0f ? table[i] + (table[i + 1] - table[i]) * f : table[i];
 }
 
-template <class Pixel>
-struct XferOp<XferSoftLight, Pixel> {
-  typedef XferMath<Pixel> M;
+template <class Pixel, class M>
+struct XferOp<XferSoftLight, Pixel, M> {
   typedef typename M::T T;
 
   // x(1 - x) and D(x) - x at d, as the depth reads them.
   static VX_INLINE T Darken(T d) {
     if constexpr (M::k8)
-      return VXp_G_SoftLightB_8[d & 0xFF];
+      return M::Lookup8(VXp_G_SoftLightB_8, d);
     else if constexpr (M::k16)
       return SoftLightLookup16(VXp_G_SoftLightB_16, d);
     else
@@ -47,7 +46,7 @@ struct XferOp<XferSoftLight, Pixel> {
   }
   static VX_INLINE T Lighten(T d) {
     if constexpr (M::k8)
-      return VXp_G_SoftLightA_8[d & 0xFF];
+      return M::Lookup8(VXp_G_SoftLightA_8, d);
     else if constexpr (M::k16)
       return SoftLightLookup16(VXp_G_SoftLightA_16, d);
     else
@@ -59,8 +58,7 @@ struct XferOp<XferSoftLight, Pixel> {
       if (s >= 0.5f) return (2 * s - 1) * Lighten(d) + d;
       return d - (1 - 2 * s) * Darken(d);
     } else {
-      if (s < M::kGrey) return d - M::mul(Darken(d), M::inv(2 * s));
-      return d + M::mul(Lighten(d), 2 * s - M::kWhite2);
+      return M::Select(s < M::kGrey, d - M::mul(Darken(d), M::inv(2 * s)), d + M::mul(Lighten(d), 2 * s - M::kWhite2));
     }
   }
   static VX_INLINE T P(T s, T sa, T d) {
@@ -68,8 +66,8 @@ struct XferOp<XferSoftLight, Pixel> {
       if (s >= 0.5f) return d + sa * ((2 * s - 1) * Lighten(d));
       return d - (1 - 2 * s) * Darken(d) * sa;
     } else {
-      if (s < M::kGrey) return d - M::mul(sa, M::mul(Darken(d), M::inv(2 * s)));
-      return d + M::mul(sa, M::mul(Lighten(d), 2 * s - M::kWhite2));
+      return M::Select(s < M::kGrey, d - M::mul(sa, M::mul(Darken(d), M::inv(2 * s))),
+                       d + M::mul(sa, M::mul(Lighten(d), 2 * s - M::kWhite2)));
     }
   }
 };

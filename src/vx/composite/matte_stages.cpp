@@ -39,6 +39,8 @@ void VXp_InstallMatteStageSlots() {
   for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage) {
     if (VXp_HasSSSE3())
       VXp_G_OverFuncs[VX_Slot_MatteBlack8 + stage] = reinterpret_cast<void*>(VXp_MatteStage8_SSSE3(stage));
+    if (VXp_HasAVX2())
+      VXp_G_OverFuncs[VX_Slot_MatteBlack8 + stage] = reinterpret_cast<void*>(VXp_MatteStage8_AVX2(stage));
     if (VXp_HasSSE2())
       VXp_G_OverFuncs[VX_Slot_MatteBlackF + stage] = reinterpret_cast<void*>(VXp_MatteStageF_SSE2(stage));
   }

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "composite/MatteStages.h"
+#include "composite/MatteStagesVector.h"
 #include "support/TestWorlds.h"
 
 namespace {
@@ -31,8 +32,9 @@ VX_PixelFloat PixelF(vxtest::Random& r) {
 }
 
 template <class Pixel, class Make>
-void CompareWithScalar(int32_t slot, VX_SpanFunc<Pixel> scalar, Make make) {
-  auto vector = VXp_Slot<VX_SpanFunc<Pixel>>(slot);
+void CompareWithScalar(int32_t slot, VX_SpanFunc<Pixel> scalar, Make make,
+                       VX_SpanFunc<Pixel> vector = nullptr) {
+  if (!vector) vector = VXp_Slot<VX_SpanFunc<Pixel>>(slot);
   ASSERT_NE(vector, scalar) << "slot " << slot << " holds no vector form on this machine";
   vxtest::Random r(slot);
   std::vector<unsigned char> src_bytes(80 * sizeof(Pixel) + 16), a_bytes(src_bytes.size()), b_bytes(src_bytes.size());
@@ -63,8 +65,12 @@ void CompareWithScalar(int32_t slot, VX_SpanFunc<Pixel> scalar, Make make) {
 }
 
 TEST(MatteStages, EightBitVectorFormsMatchTheScalarRules) {
-  for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage)
-    CompareWithScalar<VX_Pixel8>(VX_Slot_MatteBlack8 + stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8);
+  for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage) {
+    CompareWithScalar<VX_Pixel8>(VX_Slot_MatteBlack8 + stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8,
+                                 VXp_MatteStage8_SSSE3(stage));
+    CompareWithScalar<VX_Pixel8>(VX_Slot_MatteBlack8 + stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8,
+                                 VXp_MatteStage8_AVX2(stage));
+  }
 }
 
 TEST(MatteStages, FloatVectorFormsMatchTheScalarRules) {

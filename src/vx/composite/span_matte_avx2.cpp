@@ -1,0 +1,134 @@
+// The colours of the 8-bit matte-family modes, eight pixels a step: the
+// modes' own formulas (XferOp) run on lanes of 8 x int32, one channel of
+// eight pixels a lane vector, with the 8-bit arithmetic written for lanes.
+// The divide runs in float: for numerators below 2^16 the correctly rounded
+// quotient truncates to the divide table's value.
+#include <immintrin.h>
+
+#include "composite/SpanVector.h"
+#include "composite/XferMatteModes.h"
+#include "composite/XferSoftLight.h"
+
+namespace {
+
+// Eight int32 lanes, with the integer operators the formulas use.
+struct V {
+  __m256i v;
+  V() = default;
+  V(__m256i x) : v(x) {}
+  V(int32_t c) : v(_mm256_set1_epi32(c)) {}
+};
+struct Mask {
+  __m256i m;
+};
+inline V operator+(V a, V b) { return _mm256_add_epi32(a.v, b.v); }
+inline V operator-(V a, V b) { return _mm256_sub_epi32(a.v, b.v); }
+inline V operator*(V a, V b) { return _mm256_mullo_epi32(a.v, b.v); }
+inline V operator>>(V a, int n) { return _mm256_srai_epi32(a.v, n); }
+inline V operator&(V a, V b) { return _mm256_and_si256(a.v, b.v); }
+inline Mask operator<(V a, V b) { return {_mm256_cmpgt_epi32(b.v, a.v)}; }
+inline Mask operator>(V a, V b) { return {_mm256_cmpgt_epi32(a.v, b.v)}; }
+inline Mask operator>=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(b.v, a.v), _mm256_set1_epi32(-1))}; }
+inline Mask operator<=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
+inline Mask operator==(V a, V b) { return {_mm256_cmpeq_epi32(a.v, b.v)}; }
+
+// The 8-bit arithmetic of ChannelMath.h and XferMath, on lanes.
+struct Lanes8 {
+  typedef V T;
+  static constexpr bool kFloat = false, k8 = true, k16 = false;
+  static constexpr int32_t kWhite = 255, kGrey = 128, kWhite2 = 256;
+  static V mul(V a, V b) {
+    const V t = a * b + V(128);
+    return (t + (t >> 8)) >> 8;
+  }
+  static V inv(V a) { return V(255) - a; }
+  static V div(V a, V v) {
+    const V n = v * V(255) + (a >> 1);
+    const __m256 q = _mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(a.v));
+    return Select(v >= a, V(255), V(_mm256_cvttps_epi32(q)));
+  }
+  static V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
+  static V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
+  static V Keep(V x) { return x & V(0xFF); }
+  static V Min(V a, V b) { return _mm256_min_epi32(a.v, b.v); }
+  static V Max(V a, V b) { return _mm256_max_epi32(a.v, b.v); }
+  static V Abs(V a) { return _mm256_abs_epi32(a.v); }
+  static V Select(Mask c, V a, V b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
+  static V Lookup8(const uint8_t* table, V d) {
+    alignas(32) int32_t index[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(index), (d & V(0xFF)).v);
+    return _mm256_setr_epi32(table[index[0]], table[index[1]], table[index[2]], table[index[3]], table[index[4]],
+                             table[index[5]], table[index[6]], table[index[7]]);
+  }
+};
+
+// Eight pixels: colours of the flattened destination from F (full source) or
+// P (partial); pixels whose scaled alpha is 0, and the alphas, stay.
+template <int32_t Mode, bool Scale, bool HasMask>
+inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, V opacity, VX_Pixel8* dst) {
+  typedef vx::XferOp<Mode, VX_Pixel8, Lanes8> Op;
+  const V s = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
+  V sa = s & V(0xFF);
+  if (Scale) sa = Lanes8::mul(sa, opacity);
+  if (HasMask) sa = Lanes8::mul(sa, V(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(mask))) & V(0xFF));
+  const Mask none = sa == V(0);
+  if (_mm256_movemask_epi8(none.m) == -1) return;
+  const Mask full = sa == V(255);
+  auto* out = reinterpret_cast<__m256i*>(dst);
+  const V d = _mm256_loadu_si256(out);
+  V result = d & V(0xFF);
+  for (int shift = 8; shift < 32; shift += 8) {
+    const V sc = _mm256_srli_epi32(s.v, shift) & V(0xFF), dc = _mm256_srli_epi32(d.v, shift) & V(0xFF);
+    V c = Lanes8::Keep(Lanes8::Select(full, Op::F(sc, dc), Op::P(sc, sa, dc)));
+    c = Lanes8::Select(none, dc, c);
+    result = _mm256_or_si256(result.v, _mm256_slli_epi32(c.v, shift));
+  }
+  _mm256_storeu_si256(out, result.v);
+}
+
+template <int32_t Mode, bool Scale, bool HasMask>
+VX_Err Run(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, int32_t opacity, VX_Pixel8* dst) {
+  const V op(opacity);
+  int32_t i = 0;
+  for (; i + 8 <= count; i += 8) Block<Mode, Scale, HasMask>(src + i, HasMask ? mask + i : nullptr, op, dst + i);
+  if (i == count) return VX_Err_None;
+  // The last few pixels through a padded block: padding has alpha 0.
+  VX_Pixel8 s[8] = {}, m[8] = {}, d[8] = {};
+  const int32_t n = count - i;
+  for (int32_t j = 0; j < n; ++j) {
+    s[j] = src[i + j];
+    d[j] = dst[i + j];
+    if (HasMask) m[j] = mask[i + j];
+  }
+  Block<Mode, Scale, HasMask>(s, m, op, d);
+  for (int32_t j = 0; j < n; ++j) dst[i + j] = d[j];
+  return VX_Err_None;
+}
+
+template <int32_t Mode>
+VX_Err Entry(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity, VX_Pixel8* dst) {
+  if (count <= 0) return VX_Err_None;
+  const bool scale = opacity != 255;
+  if (mask) return scale ? Run<Mode, true, true>(count, src, mask, opacity, dst)
+                         : Run<Mode, false, true>(count, src, mask, opacity, dst);
+  return scale ? Run<Mode, true, false>(count, src, mask, opacity, dst)
+               : Run<Mode, false, false>(count, src, mask, opacity, dst);
+}
+
+}  // namespace
+
+VXp_SpanColoursProc8 VXp_SpanMatteColours8_AVX2(int32_t mode) {
+  switch (mode) {
+#define VX_MATTE_LANE_CASE(number, name, family)                                       \
+  case number:                                                                         \
+    if constexpr (VX_XferFamily::family == VX_XferFamily::BlackMatte ||                \
+                  VX_XferFamily::family == VX_XferFamily::WhiteMatte ||                \
+                  VX_XferFamily::family == VX_XferFamily::GreyMatte)                   \
+      return &Entry<number>;                                                           \
+    return nullptr;
+    VX_XFER_PIXEL_MODES(VX_MATTE_LANE_CASE)
+#undef VX_MATTE_LANE_CASE
+    default:
+      return nullptr;
+  }
+}
