@@ -149,7 +149,8 @@ enum KU_CPUField : int32_t {
 };
 extern int32_t** KU_G_CPU_DataP;
 // Overrides fields 2 (SSE2), 6 (SSSE3) and 8 (AVX2); a feature the processor
-// lacks stays off. Routines chosen afterwards see it.
+// lacks stays off, and each set needs the one before it (SSSE3 needs SSE2,
+// AVX2 needs SSSE3). Routines chosen afterwards see it.
 void KU_SetCPUFeatures(int sse2, int ssse3, int avx2);
 void KU_ResetCPUFeatures();  // back to what the processor has
 inline bool KU_CPUHas(KU_CPUField field) { return (*KU_G_CPU_DataP)[field] != 0; }

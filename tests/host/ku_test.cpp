@@ -163,6 +163,9 @@ TEST(CPU, OverridesOnlyTurnOffWhatTheProcessorHas) {
   EXPECT_EQ(fields[KU_CPU_SSE2], 0);
   EXPECT_EQ(fields[KU_CPU_SSSE3], 0);
   EXPECT_EQ(fields[KU_CPU_AVX2], 0);
+  KU_SetCPUFeatures(0, 1, 1);
+  EXPECT_EQ(fields[KU_CPU_SSSE3], 0) << "no vector set without SSE2";
+  EXPECT_EQ(fields[KU_CPU_AVX2], 0);
   KU_SetCPUFeatures(1, 1, 1);
   EXPECT_EQ(fields[KU_CPU_SSE2], sse2);
   EXPECT_EQ(fields[KU_CPU_SSSE3], ssse3);

@@ -104,11 +104,24 @@ TEST(ToolRuns, InfoAndConvertAgreeWithTheLibrary) {
   EXPECT_TRUE(SameWorlds<VX_Pixel8>(*vxtool::ReadImage(dir / "out.png"), *expected));
 }
 
+TEST(ToolRuns, ColourConversionMatchesTheLibrary) {
+  vxtest::ScratchDir dir;
+  WorldPtr w8 = RandomWorld<VX_Pixel8>(16, 8, 6);
+  vxtool::WriteImage(dir / "in.png", *w8);
+  auto r = vxtest::RunTool("convert -q " + dir / "in.png " + dir / "out.exr --depth 32 --from srgb --to linear-srgb");
+  ASSERT_EQ(r.exit_code, 0) << r.out;
+  WorldPtr as_float = vxtool::ConvertDepth(*w8, 32);
+  WorldPtr expected = vxtool::NewWorld(16, 8, 32);
+  VX_ConvertProfileToProfile(ORX_Profile_sRGB, ORX_Profile_LinearSRGB, as_float.get(), expected.get(), true, nullptr);
+  EXPECT_TRUE(SameWorlds<VX_PixelFloat>(*vxtool::ReadImage(dir / "out.exr"), *expected));
+}
+
 TEST(ToolRuns, ErrorsExitNonZeroWithOneLineAndWriteNothing) {
   vxtest::ScratchDir dir;
   const std::vector<std::string> runs = {
       "info", "info " + dir / "missing.png", "convert " + dir / "missing.png " + dir / "o.png",
-      "convert a.png " + dir / "o.tif", "convert a.png b.png --depth 12", "frobnicate", "info --bogus x"};
+      "convert a.png " + dir / "o.tif", "convert a.png b.png --depth 12", "frobnicate", "info --bogus x",
+      "convert a.png b.png --from srgb", "convert a.png b.png --from srgb --to cmyk"};
   for (const std::string& args : runs) {
     auto r = vxtest::RunTool(args);
     EXPECT_NE(r.exit_code, 0) << args;

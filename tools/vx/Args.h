@@ -10,7 +10,7 @@
 
 namespace vxtool {
 
-struct OptionSpec {
+struct OptionDef {
   std::string name;   // without dashes: "opacity"
   char short_name;    // 'o', or 0
   bool takes_value;
@@ -30,8 +30,8 @@ struct Args {
 };
 
 // Throws a ToolError for unknown options or missing values.
-Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionSpec>& specs);
+Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionDef>& options);
 
-std::string OptionsHelp(const std::vector<OptionSpec>& specs);
+std::string OptionsHelp(const std::vector<OptionDef>& options);
 
 }  // namespace vxtool

@@ -12,14 +12,14 @@ struct Command {
   const char* name;
   const char* usage;    // after "vx NAME "
   const char* summary;  // one line
-  std::vector<OptionSpec> options;
+  std::vector<OptionDef> options;
   int (*run)(const Args& args);
 };
 
 const std::vector<Command>& AllCommands();
 
 // Options every subcommand takes.
-extern const OptionSpec kQuietOption;
+extern const OptionDef kQuietOption;
 
 // Each command.
 int RunInfo(const Args& args);

@@ -6,9 +6,9 @@
 namespace vxtool {
 namespace {
 
-const OptionSpec* Find(const std::vector<OptionSpec>& specs, const std::string& name, char short_name) {
-  for (const OptionSpec& s : specs)
-    if ((!name.empty() && s.name == name) || (short_name && s.short_name == short_name)) return &s;
+const OptionDef* Find(const std::vector<OptionDef>& options, const std::string& name, char short_name) {
+  for (const OptionDef& o : options)
+    if ((!name.empty() && o.name == name) || (short_name && o.short_name == short_name)) return &o;
   return nullptr;
 }
 
@@ -29,7 +29,7 @@ double Args::Number(const std::string& name, double fallback) const {
   return d;
 }
 
-Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionSpec>& specs) {
+Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionDef>& options) {
   Args args;
   for (size_t i = 0; i < words.size(); ++i) {
     const std::string& w = words[i];
@@ -43,7 +43,7 @@ Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionSp
     }
     std::string name, value;
     bool has_inline_value = false;
-    const OptionSpec* spec = nullptr;
+    const OptionDef* option = nullptr;
     if (w.rfind("--", 0) == 0) {
       name = w.substr(2);
       const size_t eq = name.find('=');
@@ -52,33 +52,33 @@ Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionSp
         name = name.substr(0, eq);
         has_inline_value = true;
       }
-      spec = Find(specs, name, 0);
+      option = Find(options, name, 0);
     } else if (w.size() == 2) {
-      spec = Find(specs, "", w[1]);
+      option = Find(options, "", w[1]);
     }
-    if (!spec) throw ToolError("unknown option '" + w + "' (see --help)");
-    if (!spec->takes_value) {
-      if (has_inline_value) throw ToolError("--" + spec->name + " takes no value");
-      args.flags.insert(spec->name);
+    if (!option) throw ToolError("unknown option '" + w + "' (see --help)");
+    if (!option->takes_value) {
+      if (has_inline_value) throw ToolError("--" + option->name + " takes no value");
+      args.flags.insert(option->name);
       continue;
     }
     if (!has_inline_value) {
-      if (i + 1 >= words.size()) throw ToolError("--" + spec->name + " needs a value");
+      if (i + 1 >= words.size()) throw ToolError("--" + option->name + " needs a value");
       value = words[++i];
     }
-    args.values[spec->name] = value;
+    args.values[option->name] = value;
   }
   return args;
 }
 
-std::string OptionsHelp(const std::vector<OptionSpec>& specs) {
+std::string OptionsHelp(const std::vector<OptionDef>& options) {
   std::string out;
-  for (const OptionSpec& s : specs) {
+  for (const OptionDef& o : options) {
     std::string left = "  ";
-    left += s.short_name ? std::string("-") + s.short_name + ", " : std::string("    ");
-    left += "--" + s.name + (s.takes_value ? " VALUE" : "");
+    left += o.short_name ? std::string("-") + o.short_name + ", " : std::string("    ");
+    left += "--" + o.name + (o.takes_value ? " VALUE" : "");
     if (left.size() < 28) left.resize(28, ' ');
-    out += left + " " + s.help + "\n";
+    out += left + " " + o.help + "\n";
   }
   return out;
 }

@@ -3,7 +3,7 @@
 
 namespace vxtool {
 
-const OptionSpec kQuietOption{"quiet", 'q', false, "no progress bar"};
+const OptionDef kQuietOption{"quiet", 'q', false, "no progress bar"};
 
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> commands = {
@@ -13,6 +13,8 @@ const std::vector<Command>& AllCommands() {
        "convert an image's depth (and colour space) through the package",
        {{"depth", 0, true, "8, 16 or 32 (float); default: the input's"},
         {"half", 0, false, "OpenEXR output in half floats"},
+        {"from", 0, true, "the input's profile: srgb, linear-srgb, rec709, rec2020, linear-rec2020, display-p3, prophoto"},
+        {"to", 0, true, "the output's profile, from the same list"},
         kQuietOption},
        RunConvert},
       {"composite",

@@ -1,10 +1,29 @@
 #include "Session.h"
 
+#include <unistd.h>
+
+#include <climits>
+#include <filesystem>
+
 #include "ToolError.h"
 #include "vx/VX.h"
 #include "vxhost/Host.h"
 
 namespace vxtool {
+namespace {
+
+// Installed modules live in lib/vx/modules beside the tool's bin folder.
+void AddInstalledModules() {
+  char exe[PATH_MAX];
+  const ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+  if (n <= 0) return;
+  exe[n] = 0;
+  const std::filesystem::path dir = std::filesystem::path(exe).parent_path().parent_path() / "lib" / "vx" / "modules";
+  std::error_code ec;
+  if (std::filesystem::is_directory(dir, ec)) ADDN_AddScanDirectory(dir.c_str());
+}
+
+}  // namespace
 
 Session::Session() {
   KU_TakeReports();
@@ -16,6 +35,7 @@ Session::Session() {
   HOST_StartWorkers(0);
   VX_SetOverrideFunc(VX_Slot_IterateGeneric, reinterpret_cast<void*>(&HOST_IterateGeneric));
   // Broken module files are reported and skipped; the tool goes on without them.
+  AddInstalledModules();
   ADDN_RunPluginScan();
   KU_TakeReports();
 }

@@ -32,9 +32,10 @@ __attribute__((constructor(101))) void FillRecordAtLoad() { ReadProcessor(); }
 int32_t** KU_G_CPU_DataP = &g_record;
 
 void KU_SetCPUFeatures(int sse2, int ssse3, int avx2) {
+  // Each set builds on the one before: without SSE2 no vector form may run.
   g_fields[KU_CPU_SSE2] = (sse2 && g_hardware[KU_CPU_SSE2]) ? 1 : 0;
-  g_fields[KU_CPU_SSSE3] = (ssse3 && g_hardware[KU_CPU_SSSE3]) ? 1 : 0;
-  g_fields[KU_CPU_AVX2] = (avx2 && g_hardware[KU_CPU_AVX2]) ? 1 : 0;
+  g_fields[KU_CPU_SSSE3] = (ssse3 && g_fields[KU_CPU_SSE2] && g_hardware[KU_CPU_SSSE3]) ? 1 : 0;
+  g_fields[KU_CPU_AVX2] = (avx2 && g_fields[KU_CPU_SSSE3] && g_hardware[KU_CPU_AVX2]) ? 1 : 0;
 }
 
 void KU_ResetCPUFeatures() {
