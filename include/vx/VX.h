@@ -1,6 +1,7 @@
 // The VX package: everything a host or a plug-in includes.
 #pragma once
 
+#include "vx/Blend.h"
 #include "vx/Callbacks.h"
 #include "vx/ColorSettings.h"
 #include "vx/ColorTransforms.h"

@@ -4,3 +4,4 @@
 void VXp_InstallIterateSlots();
 void VXp_InstallMatteStageSlots();
 void VXp_InstallPremulSlots();
+void VXp_InstallCompositeSlots();

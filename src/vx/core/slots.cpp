@@ -8,4 +8,5 @@ void VXp_FillOverFuncs() {
   VXp_InstallIterateSlots();
   VXp_InstallMatteStageSlots();
   VXp_InstallPremulSlots();
+  VXp_InstallCompositeSlots();
 }

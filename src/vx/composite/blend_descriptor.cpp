@@ -1,0 +1,78 @@
+// Planning a row: which span stages run around a mode's kernel, taken from
+// the table of replaceable operations so that a host's replacements apply.
+#include "composite/MatteStages.h"
+#include "core/Internal.h"
+#include "vx/Blend.h"
+
+namespace {
+
+// The matte stages of a depth start at this slot: flatten and lift for
+// black, white, grey, then the alpha merge.
+template <class Pixel>
+constexpr int32_t FirstStageSlot() {
+  constexpr int index = VX_PixelTraits<Pixel>::kDepthIndex;
+  return index == 0 ? VX_Slot_MatteBlack8 : (index == 1 ? VX_Slot_MatteBlack16 : VX_Slot_MatteBlackF);
+}
+
+template <class Pixel>
+void TakeMattePair(VX_BlendModeDescriptor<Pixel>& d, int32_t stage) {
+  d.uses_matte = d.saves_alpha = d.merges_alpha = true;
+  d.matte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage);
+  d.unmatte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage + 1);
+}
+
+}  // namespace
+
+template <class Pixel>
+VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixel>& mode_, bool has_mask,
+                                                      const VX_LinearBlendingTables* tables_)
+    : mode(mode_),
+      behind_func{nullptr},
+      matte_func(nullptr),
+      unmatte_func(nullptr),
+      blend_func{nullptr},
+      alpha_func(nullptr),
+      uses_matte(false),
+      needs_behind(false),
+      saves_alpha(false),
+      merges_alpha(false),
+      tables(tables_) {
+  const int32_t slot = VX_InnerBlendingSlot(has_mask, tables_ != nullptr, VX_PixelTraits<Pixel>::kDepthIndex);
+  if (auto get = VXp_Slot<VX_GetInnerBlendingProc<Pixel>>(slot)) {
+    get(mode.transfer_mode, &blend_func);
+    get(XferBehind, &behind_func);
+  }
+  alpha_func = VXp_Slot<VX_BlendAlphaProc<Pixel>>(FirstStageSlot<Pixel>() + 6);
+  switch (VX_XferFamilyOf(mode.transfer_mode)) {
+    case VX_XferFamily::SpanOnly:
+    case VX_XferFamily::Dissolve:
+    case VX_XferFamily::AlphaOnly:
+      break;
+    case VX_XferFamily::Direct:
+      // Copy and behind keep the destination's alpha themselves.
+      saves_alpha = mode.transfer_mode != XferCopy && mode.transfer_mode != XferBehind;
+      break;
+    case VX_XferFamily::ThreeTerm:
+      saves_alpha = true;
+      break;
+    case VX_XferFamily::Recolour:
+      needs_behind = saves_alpha = true;
+      break;
+    case VX_XferFamily::BlackMatte:
+      TakeMattePair(*this, VXp_Stage_MatteBlack);
+      break;
+    case VX_XferFamily::WhiteMatte:
+      TakeMattePair(*this, VXp_Stage_MatteWhite);
+      break;
+    case VX_XferFamily::GreyMatte:
+      TakeMattePair(*this, VXp_Stage_MatteGrey);
+      break;
+    case VX_XferFamily::None:
+      VXp_ReportMessage(VXp_Site(0x35), VXp_Msg_UnimplementedBlendingMode);
+      break;
+  }
+}
+
+template struct VX_BlendModeDescriptor<VX_Pixel8>;
+template struct VX_BlendModeDescriptor<VX_Pixel16>;
+template struct VX_BlendModeDescriptor<VX_PixelFloat>;

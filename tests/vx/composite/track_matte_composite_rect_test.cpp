@@ -1,0 +1,97 @@
+// Mask rows from a matte row at its edges, and the old composite
+// rectangles: draft and best alike, and their rules on chosen pixels.
+#include <cstring>
+
+#include "vx/composite/SpanTestSupport.h"
+
+namespace {
+
+template <class Pixel>
+void CheckPrep(bool deep) {
+  vxtest::Random r(31);
+  std::vector<Pixel> row(12);
+  for (Pixel& p : row) p = r.Any<Pixel>();
+  typedef vx::Arith<Pixel> A;
+  for (int32_t kind = 0; kind < 4; ++kind)
+    for (int32_t offset : {-15, -12, -5, 0, 3, 20}) {
+      std::vector<Pixel> out(16, Pixel{7, 7, 7, 7});
+      ASSERT_EQ(VX_PrepTrackMatteUniv(16, row.data(), offset, 12, kind, deep, out.data()), 0);
+      for (int32_t i = 0; i < 16; ++i) {
+        const int32_t j = i - offset;  // the matte pixel under output i
+        int32_t e = (kind & 1) ? A::kWhite : 0;
+        if (j >= 0 && j < 12) {
+          const Pixel& p = row[j];
+          const int32_t luma = (p.red * 9798 + p.green * 19235 + p.blue * 3735 + 16384) >> 15;
+          const int32_t values[4] = {p.alpha, A::kWhite - p.alpha, A::mul(p.alpha, luma),
+                                     A::kWhite - A::mul(p.alpha, luma)};
+          e = values[kind];
+        }
+        ASSERT_EQ(out[i].alpha, e) << "kind " << kind << " offset " << offset << " output " << i;
+        ASSERT_EQ(out[i].red, 7);  // colours aren't written
+      }
+    }
+}
+
+TEST(TrackMatte, PrepMatteRowAtEightAndSixteenBits) {
+  CheckPrep<VX_Pixel8>(false);
+  CheckPrep<VX_Pixel16>(true);
+}
+
+// Composite rectangles.
+struct Worlds {
+  vxtest::EffectWorld src{9, 7, 8}, a{12, 10, 8}, b{12, 10, 8};
+  explicit Worlds(uint32_t seed) {
+    vxtest::Random r(seed);
+    vxtest::FillRandom<VX_Pixel8>(src.get(), r);
+    vxtest::FillRandom<VX_Pixel8>(a.get(), r);
+    for (int32_t y = 0; y < 10; ++y) std::memcpy(b.At<VX_Pixel8>(0, y), a.At<VX_Pixel8>(0, y), 12 * 4);
+  }
+};
+
+TEST(CompositeRect, DraftAndBestAreTheSame) {
+  const std::pair<VX_CompositeRectProc, VX_CompositeRectProc> pairs[] = {
+      {VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectDraft_Premul),
+       VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectBest_Premul)},
+      {VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectDraft_Straight),
+       VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectBest_Straight)}};
+  for (auto [draft, best] : pairs)
+    for (int32_t field : {0, 1, 2})
+      for (uint8_t opacity : {255, 140}) {
+        Worlds w(field * 1000u + opacity);
+        const GEO_LRect rect{1, 1, 8, 6};
+        ASSERT_EQ(draft(nullptr, &rect, opacity, w.src.get(), 3, 2, field, 0, w.a.get()), 0);
+        ASSERT_EQ(best(nullptr, &rect, opacity, w.src.get(), 3, 2, field, 0, w.b.get()), 0);
+        for (int32_t y = 0; y < 10; ++y)
+          ASSERT_EQ(std::memcmp(w.a.At<VX_Pixel8>(0, y), w.b.At<VX_Pixel8>(0, y), 12 * 4), 0) << y;
+      }
+}
+
+TEST(CompositeRect, StraightAndPremultipliedRules) {
+  auto one = [](VX_CompositeRectProc f, VX_Pixel8 s, VX_Pixel8 d, uint8_t opacity) {
+    vxtest::EffectWorld src(1, 1, 8), dst(1, 1, 8);
+    *src.At<VX_Pixel8>(0, 0) = s;
+    *dst.At<VX_Pixel8>(0, 0) = d;
+    EXPECT_EQ(f(nullptr, nullptr, opacity, src.get(), 0, 0, 0, 0, dst.get()), 0);
+    return *dst.At<VX_Pixel8>(0, 0);
+  };
+  const VX_Pixel8 s{255, 10, 20, 30}, clear{0, 1, 2, 3};
+  EXPECT_TRUE(xt::Same(one(VX_CompositeRectBest_Straight, s, clear, 255), s));
+  // A transparent source changes nothing over a partial destination.
+  EXPECT_TRUE(xt::Same(one(VX_CompositeRectBest_Straight, VX_Pixel8{0, 9, 9, 9}, VX_Pixel8{100, 50, 60, 70}, 255),
+                       VX_Pixel8{100, 50, 60, 70}));
+  // An opaque destination is never touched; opacity 0 returns at once.
+  EXPECT_TRUE(xt::Same(one(VX_CompositeRectDraft_Premul, s, VX_Pixel8{255, 1, 2, 3}, 255), VX_Pixel8{255, 1, 2, 3}));
+  EXPECT_TRUE(xt::Same(one(VX_CompositeRectDraft_Premul, s, clear, 0), clear));
+  // Half-covered destination: the source fills the uncovered half, against
+  // 24-bit weights (straight) or a premultiplied sum.
+  const VX_Pixel8 straight = one(VX_CompositeRectBest_Straight, VX_Pixel8{255, 200, 0, 100}, VX_Pixel8{128, 0, 200, 100}, 255);
+  EXPECT_EQ(straight.alpha, 255);
+  EXPECT_NEAR(straight.red, 100, 1);
+  EXPECT_NEAR(straight.green, 100, 1);
+  const VX_Pixel8 premul = one(VX_CompositeRectBest_Premul, VX_Pixel8{128, 128, 0, 64}, VX_Pixel8{128, 0, 128, 64}, 255);
+  EXPECT_NEAR(premul.alpha, 192, 1);
+  EXPECT_NEAR(premul.red, 64, 1);
+  EXPECT_NEAR(premul.green, 128, 1);
+}
+
+}  // namespace
