@@ -56,10 +56,11 @@ WorldPtr Reduce(const VX_World& world, int32_t width, int32_t height, int16_t de
 WorldPtr MakeContactSheet(VX_World& background, VX_World& layer, ProgressBar* bar) {
   const int16_t depth = background.Depth();
   const int32_t tile_w = kTileWidth;
-  const int32_t tile_h = std::max<int32_t>(1, static_cast<int32_t>(int64_t(background.height) * tile_w / background.width));
   const double scale = double(tile_w) / background.width;
+  const int32_t tile_h = std::max<int32_t>(1, static_cast<int32_t>(std::lround(background.height * scale)));
   WorldPtr bg = Reduce(background, tile_w, tile_h, depth);
-  WorldPtr layer_small = Reduce(layer, std::max(1, int32_t(layer.width * scale)), std::max(1, int32_t(layer.height * scale)), depth);
+  auto scaled = [scale](int32_t v) { return std::max<int32_t>(1, static_cast<int32_t>(std::lround(v * scale))); };
+  WorldPtr layer_small = Reduce(layer, scaled(layer.width), scaled(layer.height), depth);
 
   const int32_t count = ModeCount(), rows = (count + kColumns - 1) / kColumns;
   const int32_t cell_w = tile_w + kGap, cell_h = tile_h + kLabelHeight + kGap;
@@ -75,7 +76,11 @@ WorldPtr MakeContactSheet(VX_World& background, VX_World& layer, ProgressBar* ba
     options.mode = mode;
     Composite(*tile, *layer_small, options, nullptr);
     const int32_t left = kGap + (index % kColumns) * cell_w, top = kGap + (index / kColumns) * cell_h;
-    sheet->CopyRect(tile.get(), GEO_LRect{0, 0, tile_w, tile_h}, left, top);
+    // Over the sheet, so what a mode leaves transparent shows as the sheet.
+    ComposeOptions place;
+    place.at_x = left;
+    place.at_y = top;
+    Composite(*sheet, *tile, place, nullptr);
     const std::string label = ModeLabel(mode);
     int scale_text = 2;
     if (TextWidth(label, scale_text) > tile_w) scale_text = 1;
