@@ -24,5 +24,8 @@ extern const OptionDef kQuietOption;
 // Each command.
 int RunInfo(const Args& args);
 int RunConvert(const Args& args);
+int RunComposite(const Args& args);
+int RunModes(const Args& args);
+int RunDemo(const Args& args);
 
 }  // namespace vxtool
