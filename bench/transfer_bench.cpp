@@ -77,20 +77,6 @@ void Paint(Frame& f, Layer layer, uint32_t seed) {
 }
 
 template <class Pixel>
-const VX_LinearBlendingTables* Gamma22() {
-  static const std::unique_ptr<VX_LinearBlendingTables> tables = [] {
-    auto t = std::make_unique<VX_LinearBlendingTables>();
-    for (int i = 0; i < 256; ++i) t->to_linear[i] = static_cast<uint16_t>(std::lround(32768 * std::pow(i / 255.0, 2.2)));
-    for (int i = 0; i <= 4096; ++i)
-      t->from_linear[i] = static_cast<uint16_t>(std::lround(32768 * std::pow(i / 4096.0, 1 / 2.2)));
-    t->to_linear_gamma = 2.2f;
-    t->from_linear_gamma = 1 / 2.2f;
-    return t;
-  }();
-  return tables.get();
-}
-
-template <class Pixel>
 void Transfer(benchmark::State& state, int32_t mode, Layer layer, bool matte, bool linear) {
   constexpr int32_t depth = VX_PixelTraits<Pixel>::kDepth;
   Frame src(depth), dst(depth), matte_frame(depth);
@@ -99,7 +85,7 @@ void Transfer(benchmark::State& state, int32_t mode, Layer layer, bool matte, bo
   Paint<Pixel>(matte_frame, kRealistic, 5);
   const VX_TrackMatte track{*matte_frame.get(), 0, 0, 2};
   const VX_CompositeModePlus plus(mode, 1.0f, nullptr, false, 17);
-  const VX_LinearBlendingTables* tables = linear ? Gamma22<Pixel>() : nullptr;
+  const VX_LinearBlendingTables* tables = linear ? vxbench::Gamma22Tables() : nullptr;
   for (auto _ : state) {
     const VX_Err err = VX_TransferRect(nullptr, 0, 0, 0, nullptr, src.get(), &plus, tables, matte ? &track : nullptr,
                                        0, 0, dst.get());

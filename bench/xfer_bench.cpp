@@ -57,13 +57,7 @@ void Mode(benchmark::State& state) {
 // Linear light with a gamma of 2.2.
 template <class Pixel>
 void LinearMode(benchmark::State& state) {
-  auto t = std::make_unique<VX_LinearBlendingTables>();
-  for (int i = 0; i < 256; ++i) t->to_linear[i] = static_cast<uint16_t>(std::lround(32768 * std::pow(i / 255.0, 2.2)));
-  for (int i = 0; i <= 4096; ++i)
-    t->from_linear[i] = static_cast<uint16_t>(std::lround(32768 * std::pow(i / 4096.0, 1 / 2.2)));
-  t->to_linear_gamma = 2.2f;
-  t->from_linear_gamma = 1 / 2.2f;
-  Run<Pixel>(state, VX_Xfer1Tables<Pixel>::Plain()[state.range(0)], t.get());
+  Run<Pixel>(state, VX_Xfer1Tables<Pixel>::Plain()[state.range(0)], vxbench::Gamma22Tables());
 }
 
 }  // namespace

@@ -2,8 +2,10 @@
 // content, disposed at the end.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <random>
 
 #include "vx/VX.h"
@@ -44,5 +46,19 @@ class Frame {
  private:
   VX_LayerDef def_{};
 };
+
+// Linear-light tables of a plain 2.2 gamma, made once.
+inline const VX_LinearBlendingTables* Gamma22Tables() {
+  static const std::unique_ptr<VX_LinearBlendingTables> tables = [] {
+    auto t = std::make_unique<VX_LinearBlendingTables>();
+    for (int i = 0; i < 256; ++i) t->to_linear[i] = static_cast<uint16_t>(std::lround(32768 * std::pow(i / 255.0, 2.2)));
+    for (int i = 0; i <= 4096; ++i)
+      t->from_linear[i] = static_cast<uint16_t>(std::lround(32768 * std::pow(i / 4096.0, 1 / 2.2)));
+    t->to_linear_gamma = 2.2f;
+    t->from_linear_gamma = 1 / 2.2f;
+    return t;
+  }();
+  return tables.get();
+}
 
 }  // namespace vxbench

@@ -12,6 +12,8 @@ VX_Err VX_DisposeEffectWorld(void* caller_ref, VX_LayerDef* world);
 // Fills a record that refers to a bitmap's pixels, without ownership.
 VX_Err VX_EffectWorldFromRBWorld(RB_WorldH rb_world, VX_LayerDef* world);
 VX_Err VX_GetEffectWorldDepth(const VX_LayerDef* world, int32_t* depth_out);
+// The depth a record's flag word names, 0 for an unknown format.
+int32_t VXp_DepthOfFlags(uint32_t depth_flags);
 // 8, 16 or 32; 8 after a report for an unknown format.
 int16_t VXp_WorldDepth(const VX_LayerDef* world);
 int16_t VX_DepthOfRBWorld(RB_WorldH rb_world);

@@ -9,27 +9,13 @@
 #include "ToolError.h"
 #include "support/TestWorlds.h"
 #include "tools/ToolRun.h"
+#include "tools/ToolWorlds.h"
 
 namespace {
 
 using vxtool::WorldPtr;
-
-template <class Pixel>
-WorldPtr RandomWorld(int32_t w, int32_t h, uint32_t seed) {
-  WorldPtr world = vxtool::NewWorld(w, h, VX_PixelTraits<Pixel>::kDepth);
-  vxtest::Random random(seed);
-  vxtest::FillRandom<Pixel>(world.get(), random);
-  return world;
-}
-
-bool SameBytes(const VX_World& a, const VX_World& b) {
-  if (a.width != b.width || a.height != b.height || a.Depth() != b.Depth()) return false;
-  for (int32_t y = 0; y < a.height; ++y)
-    if (std::memcmp(static_cast<char*>(a.data) + y * a.row_stride, static_cast<char*>(b.data) + y * b.row_stride,
-                    static_cast<size_t>(a.width) * a.PixelSize()) != 0)
-      return false;
-  return true;
-}
+using vxtest::RandomToolWorld;
+using vxtest::SameBytes;
 
 TEST(Modes, NamesAndNumbersBothWays) {
   for (int32_t mode = -3; mode <= 38; ++mode) {
@@ -46,8 +32,8 @@ TEST(Modes, NamesAndNumbersBothWays) {
 
 TEST(CompositeRuns, MatchTheLibraryWithEveryOption) {
   vxtest::ScratchDir dir;
-  WorldPtr bg = RandomWorld<VX_Pixel16>(40, 30, 1), layer = RandomWorld<VX_Pixel8>(25, 20, 2),
-           matte = RandomWorld<VX_Pixel16>(40, 30, 3);
+  WorldPtr bg = RandomToolWorld<VX_Pixel16>(40, 30, 1), layer = RandomToolWorld<VX_Pixel8>(25, 20, 2),
+           matte = RandomToolWorld<VX_Pixel16>(40, 30, 3);
   vxtool::WriteImage(dir / "bg.png", *bg);
   vxtool::WriteImage(dir / "layer.png", *layer);
   vxtool::WriteImage(dir / "matte.png", *matte);
@@ -74,7 +60,7 @@ TEST(CompositeRuns, MatchTheLibraryWithEveryOption) {
 
 TEST(CompositeRuns, ModesSheetHasATileForEveryMode) {
   vxtest::ScratchDir dir;
-  WorldPtr bg = RandomWorld<VX_Pixel8>(90, 60, 4), layer = RandomWorld<VX_Pixel8>(90, 60, 5);
+  WorldPtr bg = RandomToolWorld<VX_Pixel8>(90, 60, 4), layer = RandomToolWorld<VX_Pixel8>(90, 60, 5);
   vxtool::WriteImage(dir / "bg.png", *bg);
   vxtool::WriteImage(dir / "layer.png", *layer);
   auto r = vxtest::RunTool("modes -q " + dir / "bg.png " + dir / "layer.png -o " + dir / "sheet.png");
@@ -100,7 +86,7 @@ TEST(CompositeRuns, DemoWritesItsFiles) {
 
 TEST(CompositeRuns, RefusalsAreOneLineAndWriteNothing) {
   vxtest::ScratchDir dir;
-  WorldPtr a = RandomWorld<VX_Pixel8>(8, 8, 6);
+  WorldPtr a = RandomToolWorld<VX_Pixel8>(8, 8, 6);
   vxtool::WriteImage(dir / "a.png", *a);
   const std::string in = dir / "a.png " + dir / "a.png -o " + dir / "out.png";
   const std::vector<std::string> runs = {

@@ -8,30 +8,13 @@
 #include "ToolError.h"
 #include "support/TestWorlds.h"
 #include "tools/ToolRun.h"
+#include "tools/ToolWorlds.h"
 
 namespace {
 
 using vxtool::WorldPtr;
-
-template <class Pixel>
-WorldPtr RandomWorld(int32_t w, int32_t h, uint32_t seed) {
-  WorldPtr world = vxtool::NewWorld(w, h, VX_PixelTraits<Pixel>::kDepth);
-  vxtest::Random random(seed);
-  vxtest::FillRandom<Pixel>(world.get(), random);
-  return world;
-}
-
-template <class Pixel>
-bool SameWorlds(const VX_World& a, const VX_World& b) {
-  if (a.width != b.width || a.height != b.height || a.Depth() != b.Depth()) return false;
-  for (int32_t y = 0; y < a.height; ++y)
-    for (int32_t x = 0; x < a.width; ++x) {
-      const Pixel& p = static_cast<const VX_WorldX<Pixel>&>(a).PixelAt(x, y)[0];
-      const Pixel& q = static_cast<const VX_WorldX<Pixel>&>(b).PixelAt(x, y)[0];
-      if (!vxtest::SamePixel(p, q)) return false;
-    }
-  return true;
-}
+using vxtest::RandomToolWorld;
+using vxtest::SameBytes;
 
 TEST(Levels, EveryWorldValueSurvivesAFile) {
   for (uint32_t w = 0; w <= 32768; ++w) ASSERT_EQ(vxtool::FileToWorld16(vxtool::WorldToFile16(w)), w);
@@ -46,14 +29,14 @@ TEST(Levels, EveryWorldValueSurvivesAFile) {
 
 TEST(Files, PngAndExrRoundTripAtEveryDepth) {
   vxtest::ScratchDir dir;
-  WorldPtr w8 = RandomWorld<VX_Pixel8>(37, 11, 1), w16 = RandomWorld<VX_Pixel16>(37, 11, 2),
-           wf = RandomWorld<VX_PixelFloat>(37, 11, 3);
+  WorldPtr w8 = RandomToolWorld<VX_Pixel8>(37, 11, 1), w16 = RandomToolWorld<VX_Pixel16>(37, 11, 2),
+           wf = RandomToolWorld<VX_PixelFloat>(37, 11, 3);
   vxtool::WriteImage(dir / "a8.png", *w8);
   vxtool::WriteImage(dir / "a16.png", *w16);
   vxtool::WriteImage(dir / "af.exr", *wf);
-  EXPECT_TRUE(SameWorlds<VX_Pixel8>(*vxtool::ReadImage(dir / "a8.png"), *w8));
-  EXPECT_TRUE(SameWorlds<VX_Pixel16>(*vxtool::ReadImage(dir / "a16.png"), *w16));
-  EXPECT_TRUE(SameWorlds<VX_PixelFloat>(*vxtool::ReadImage(dir / "af.exr"), *wf));
+  EXPECT_TRUE(SameBytes(*vxtool::ReadImage(dir / "a8.png"), *w8));
+  EXPECT_TRUE(SameBytes(*vxtool::ReadImage(dir / "a16.png"), *w16));
+  EXPECT_TRUE(SameBytes(*vxtool::ReadImage(dir / "af.exr"), *wf));
   vxtool::WriteOptions half;
   half.exr_half = true;
   vxtool::WriteImage(dir / "ah.exr", *wf, half);
@@ -68,7 +51,7 @@ TEST(Files, PngAndExrRoundTripAtEveryDepth) {
 
 TEST(Files, BrokenAndMissingFilesAreOneClearError) {
   vxtest::ScratchDir dir;
-  WorldPtr w8 = RandomWorld<VX_Pixel8>(64, 64, 4);
+  WorldPtr w8 = RandomToolWorld<VX_Pixel8>(64, 64, 4);
   vxtool::WriteImage(dir / "good.png", *w8);
   std::ifstream in(dir / "good.png", std::ios::binary);
   std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -91,7 +74,7 @@ TEST(Files, BrokenAndMissingFilesAreOneClearError) {
 
 TEST(ToolRuns, InfoAndConvertAgreeWithTheLibrary) {
   vxtest::ScratchDir dir;
-  WorldPtr w16 = RandomWorld<VX_Pixel16>(20, 9, 5);
+  WorldPtr w16 = RandomToolWorld<VX_Pixel16>(20, 9, 5);
   vxtool::WriteImage(dir / "in.png", *w16);
   auto info = vxtest::RunTool("info " + dir / "in.png");
   ASSERT_EQ(info.exit_code, 0) << info.out;
@@ -101,19 +84,19 @@ TEST(ToolRuns, InfoAndConvertAgreeWithTheLibrary) {
   auto convert = vxtest::RunTool("convert --quiet " + dir / "in.png " + dir / "out.png --depth 8");
   ASSERT_EQ(convert.exit_code, 0) << convert.out;
   WorldPtr expected = vxtool::ConvertDepth(*w16, 8);
-  EXPECT_TRUE(SameWorlds<VX_Pixel8>(*vxtool::ReadImage(dir / "out.png"), *expected));
+  EXPECT_TRUE(SameBytes(*vxtool::ReadImage(dir / "out.png"), *expected));
 }
 
 TEST(ToolRuns, ColourConversionMatchesTheLibrary) {
   vxtest::ScratchDir dir;
-  WorldPtr w8 = RandomWorld<VX_Pixel8>(16, 8, 6);
+  WorldPtr w8 = RandomToolWorld<VX_Pixel8>(16, 8, 6);
   vxtool::WriteImage(dir / "in.png", *w8);
   auto r = vxtest::RunTool("convert -q " + dir / "in.png " + dir / "out.exr --depth 32 --from srgb --to linear-srgb");
   ASSERT_EQ(r.exit_code, 0) << r.out;
   WorldPtr as_float = vxtool::ConvertDepth(*w8, 32);
   WorldPtr expected = vxtool::NewWorld(16, 8, 32);
   VX_ConvertProfileToProfile(ORX_Profile_sRGB, ORX_Profile_LinearSRGB, as_float.get(), expected.get(), true, nullptr);
-  EXPECT_TRUE(SameWorlds<VX_PixelFloat>(*vxtool::ReadImage(dir / "out.exr"), *expected));
+  EXPECT_TRUE(SameBytes(*vxtool::ReadImage(dir / "out.exr"), *expected));
 }
 
 TEST(ToolRuns, ErrorsExitNonZeroWithOneLineAndWriteNothing) {

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "composite/XferCommon.h"
+#include "composite/XferMatteModes.h"
 
 namespace vx {
 inline namespace VX_ISA_NS {
@@ -77,16 +78,11 @@ struct XferOp<XferBurn2, Pixel> {
   }
 };
 
+// Linear dodge is add without the matte.
 template <class Pixel>
 struct XferOp<XferLinearDodge, Pixel> {
-  typedef XferMath<Pixel> M;
-  typedef typename M::T T;
-  static VX_INLINE T F(T s, T d) {
-    if constexpr (M::kFloat)
-      return s + d;
-    else
-      return M::Min(s + d, M::kWhite);
-  }
+  typedef typename XferMath<Pixel>::T T;
+  static VX_INLINE T F(T s, T d) { return XferOp<XferAdd, Pixel>::F(s, d); }
 };
 
 template <class Pixel>

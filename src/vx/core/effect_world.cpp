@@ -18,10 +18,8 @@ uint32_t VXp_DepthFlagsFor(int32_t depth) {
   }
 }
 
-int16_t VXp_WorldDepth(const VX_LayerDef* world) {
-  if (!world) return 8;
-  if (world->world_object) return world->world_object->Depth();
-  switch (world->depth_flags >> 24) {
+int32_t VXp_DepthOfFlags(uint32_t depth_flags) {
+  switch (depth_flags >> 24) {
     case 0:
       return 8;
     case 1:
@@ -29,9 +27,17 @@ int16_t VXp_WorldDepth(const VX_LayerDef* world) {
     case 2:
       return 32;
     default:
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, 182, 0, "Unknown pixel format");
-      return 8;
+      return 0;
   }
+}
+
+int16_t VXp_WorldDepth(const VX_LayerDef* world) {
+  if (!world) return 8;
+  if (world->world_object) return world->world_object->Depth();
+  const int32_t depth = VXp_DepthOfFlags(world->depth_flags);
+  if (depth) return static_cast<int16_t>(depth);
+  KU_ReportFailedVerification(VXp_kSiteCatchAll, 182, 0, "Unknown pixel format");
+  return 8;
 }
 
 VX_Err VX_NewEffectWorld(void*, int32_t width, int32_t height, int32_t depth, bool clear, bool rb_backed,

@@ -24,20 +24,6 @@ VX_World* ByDepth(int32_t depth, const char* unknown_text, Make&& make) {
   }
 }
 
-// The depth a record's flag word names; 0 for an unknown format.
-int32_t DepthOfFlags(uint32_t depth_flags) {
-  switch (depth_flags >> 24) {
-    case 0:
-      return 8;
-    case 1:
-      return 16;
-    case 2:
-      return 32;
-    default:
-      return 0;
-  }
-}
-
 bool OutsideOf(const GEO_LRect& rect, int32_t width, int32_t height) {
   return rect.left < 0 || width < rect.right || rect.top < 0 || height < rect.bottom;
 }
@@ -93,7 +79,7 @@ VX_World* VX_World::NewReference(RB_WorldH rb, const GEO_Rect& rect) {
 
 VX_World* VX_World::NewReference(VX_LayerDef* world) {
   if (!world) throw VX_Err(VX_Err_BadParam);
-  const int32_t depth = world->world_object ? world->world_object->Depth() : DepthOfFlags(world->depth_flags);
+  const int32_t depth = world->world_object ? world->world_object->Depth() : VXp_DepthOfFlags(world->depth_flags);
   return ByDepth(depth, "Unexpected bitdepth in VX_World::NewReference(VX_EffectWorld)",
                  [&](auto pixel) -> VX_World* {
                    auto* w = new VX_WorldX<decltype(pixel)>(world->data, world->width, world->height,
