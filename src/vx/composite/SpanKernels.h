@@ -153,10 +153,15 @@ VX_INLINE void DissolveRow(int32_t count, const VX_BlendingMode<Pixel>& mode, co
       r = VXp_RandStep(r);
       hit = DissolveHit<Pixel>(VXp_RandDraw(r), a);
     }
-    // A hit is random at partial alphas: choose the pixel without a branch.
-    Pixel p = src[i];
-    p.alpha = keep ? dst[i].alpha : ToChannel<Pixel>(A::kWhite);
-    dst[i] = hit ? p : dst[i];
+    // A hit is random at partial alphas, so a miss writes to a sink, the
+    // address chosen by a mask (a conditional would become a branch).
+    Pixel sink;
+    const uintptr_t miss = uintptr_t(0) - uintptr_t(!hit);
+    Pixel* out = reinterpret_cast<Pixel*>((reinterpret_cast<uintptr_t>(dst + i) & ~miss) |
+                                          (reinterpret_cast<uintptr_t>(&sink) & miss));
+    const auto kept = dst[i].alpha;
+    *out = src[i];
+    out->alpha = keep ? kept : ToChannel<Pixel>(A::kWhite);
   }
 }
 
