@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "composite/XferCore.h"
+#include "core/Rand.h"
 #include "vx/Blend.h"
 #include "vx/Fill.h"
 
@@ -77,8 +78,8 @@ VX_INLINE void MatteColours(const Pixel& s, typename Arith<Pixel>::T sa, Pixel& 
 template <class Pixel, int32_t Mode>
 VX_INLINE void Recolour(const Pixel& s, typename Arith<Pixel>::T sa, Pixel& d) {
   typedef XferRecolourMath<Pixel> R;
-  typename R::Wide c[3];
-  if (XferOp<Mode, Pixel>::Triple(s, d, d, c)) R::Mix(c, sa, d);
+  typename R::T c[3];
+  if (XferOp<Mode, Pixel>::Triple(s, d, d, c)) R::Mix(c, sa, true, d);
 }
 
 // Behind: a transparent destination takes the source's colours; an opaque
@@ -142,21 +143,25 @@ template <class Pixel, bool HasMask>
 VX_INLINE void DissolveRow(int32_t count, const VX_BlendingMode<Pixel>& mode, const Pixel* src, const Pixel* mask,
                            Pixel* dst) {
   typedef Arith<Pixel> A;
+  const bool keep = mode.keep_alpha;
   uint32_t r = static_cast<uint32_t>(mode.dissolve_seed);
-  for (int32_t i = 0; i < count; ++i) {
+  for (int32_t i = 0; i < count; ++i, ++r) {
     const typename A::T a = SpanAlpha<Pixel, true, HasMask>(src[i].alpha, mode.opacity, mask, i);
-    bool hit = a == A::kWhite;
-    if (!hit && a != 0) {
-      uint32_t state = r;
-      hit = DissolveHit<Pixel>(VX_Rand(&state), a);
-      r = state;
+    if (a == 0) continue;
+    bool hit = true;
+    if (a != A::kWhite) {
+      r = VXp_RandStep(r);
+      hit = DissolveHit<Pixel>(VXp_RandDraw(r), a);
     }
-    if (hit) {
-      const auto kept = dst[i].alpha;
-      dst[i] = src[i];
-      dst[i].alpha = mode.keep_alpha ? kept : ToChannel<Pixel>(A::kWhite);
-    }
-    ++r;
+    // A hit is random at partial alphas, so a miss writes to a sink, the
+    // address chosen by a mask (a conditional would become a branch).
+    Pixel sink;
+    const uintptr_t miss = uintptr_t(0) - uintptr_t(!hit);
+    Pixel* out = reinterpret_cast<Pixel*>((reinterpret_cast<uintptr_t>(dst + i) & ~miss) |
+                                          (reinterpret_cast<uintptr_t>(&sink) & miss));
+    const auto kept = dst[i].alpha;
+    *out = src[i];
+    out->alpha = keep ? kept : ToChannel<Pixel>(A::kWhite);
   }
 }
 

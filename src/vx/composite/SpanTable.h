@@ -36,6 +36,11 @@ VX_Err SpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearBlendin
     if (!block && count > 0 && VXp_HasSSE2())
       return VXp_SpanCopy8_SSE2(count, src, HasMask ? mask : nullptr, mode.opacity, mode.keep_alpha, dst);
   }
+  if constexpr (family == VX_XferFamily::Recolour) {
+    if (VXp_HasAVX2())
+      return VXp_SpanRecolour_AVX2<Pixel>(Mode)(count, src, HasMask ? mask : nullptr, desc->mode.opacity,
+                                                desc->mode.keep_alpha, false, dst);
+  }
   SpanBody<Pixel, Mode, HasMask>(count, desc->mode, src, mask, dst);
   return VX_Err_None;
 }

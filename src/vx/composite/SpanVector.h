@@ -3,6 +3,7 @@
 // row (alpha read) or null, and the opacity (255 is full).
 #pragma once
 
+#include "vx/PixelTraits.h"
 #include "vx/Types.h"
 
 // XferOver. The block path divides with a refined reciprocal and agrees with
@@ -21,3 +22,22 @@ VX_Err VXp_SpanCopy8_SSE2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* 
 typedef VX_Err (*VXp_SpanColoursProc8)(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                                        VX_Pixel8* dst);
 VXp_SpanColoursProc8 VXp_SpanMatteColours8_AVX2(int32_t mode);
+
+// The recolour modes at each depth on vector lanes, from the modes' own
+// formulas; with `behind` the behind stage runs first on the same pixels.
+// Null for other modes.
+template <class Pixel>
+using VXp_SpanRecolourProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
+                                        typename VX_PixelTraits<Pixel>::Channel opacity, bool keep_alpha, bool behind,
+                                        Pixel* dst);
+template <class Pixel>
+VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX2(int32_t mode);
+
+// Runs the behind and recolour stages of the pipeline in one pass when the
+// descriptor's are the package's own and the CPU has the vector form; false
+// leaves the row untouched for the staged path.
+template <class Pixel>
+struct VX_BlendModeDescriptor;
+template <class Pixel>
+bool VXp_RunFusedRecolour(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const Pixel* source,
+                          const Pixel* mask, Pixel* destination, VX_Err* err);

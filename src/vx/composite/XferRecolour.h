@@ -2,6 +2,10 @@
 // destination, then a colour triple is formed from the hue, saturation or
 // luminance of one side and the rest of the other, clipped into range
 // around its luma, and mixed into the destination by the source alpha.
+//
+// The formulas choose by Select rather than branch, so that they run on one
+// pixel (M = XferMath) or on vector lanes of several pixels (M a lane
+// arithmetic with the same functions, plus Quot, Narrow16 and Any).
 #pragma once
 
 #include <type_traits>
@@ -11,154 +15,196 @@
 namespace vx {
 inline namespace VX_ISA_NS {
 
-// The steps shared by the recolour modes. Triples are held as 16-bit values
-// at 8 bits and 32-bit values at 16 bits, so they may leave the channel range
+// The steps shared by the recolour modes. Triples are held in T; at 8 bits
+// every step keeps 16 bits, as the int16 triples of this family always have,
+// and at 16 bits they are 32-bit values, so they may leave the channel range
 // until they are clipped.
-template <class Pixel>
+template <class Pixel, class M = XferMath<Pixel>>
 struct XferRecolourMath {
-  typedef XferMath<Pixel> M;
   typedef typename M::T T;
-  typedef std::conditional_t<M::k8, int16_t, T> Wide;
+  typedef decltype(T() < T()) B;
+  static constexpr bool kLanes = !std::is_arithmetic_v<T>;
 
-  static VX_INLINE void Load(const Pixel& p, Wide* c) {
-    for (int i = 0; i < 3; ++i) c[i] = static_cast<Wide>(Colour(p, i));
-  }
-  static VX_INLINE T Luma(const Wide* c) { return M::luma(c[0], c[1], c[2]); }
-  static VX_INLINE T Sat(const Pixel& p) {
-    return std::max({T(p.red), T(p.green), T(p.blue)}) - std::min({T(p.red), T(p.green), T(p.blue)});
-  }
-
-  // Indexes of the largest, middle and smallest channel of c, ties broken
-  // as below (each case packs x, y, z into hex digits). The order of ties
-  // shows at float, where the largest becomes sat exactly and the middle one
-  // is computed.
-  static VX_INLINE void Sort(const Wide* c, int& x, int& y, int& z) {
-    const Wide r = c[0], g = c[1], b = c[2];
-    int order;
-    if (r <= g)
-      order = r > b ? 0x102 : (g > b ? 0x120 : 0x210);
+  static VX_INLINE T Keep16(T v) {
+    if constexpr (!M::k8)
+      return v;
+    else if constexpr (kLanes)
+      return M::Narrow16(v);
     else
-      order = g > b ? 0x012 : (r > b ? 0x021 : 0x201);
-    x = order >> 8, y = (order >> 4) & 15, z = order & 15;
+      return static_cast<int16_t>(v);
+  }
+  // Truncates toward zero at the integer depths; callers keep b nonzero.
+  static VX_INLINE T Quot(T a, T b) {
+    if constexpr (kLanes)
+      return M::Quot(a, b);
+    else
+      return a / b;
+  }
+  static VX_INLINE bool Any(B b) {
+    if constexpr (kLanes)
+      return M::Any(b);
+    else
+      return b;
+  }
+  // The first smallest and first largest, as min_element and max_element
+  // pick them.
+  static VX_INLINE T Min3(T a, T b, T c) { return M::Min(M::Min(a, b), c); }
+  static VX_INLINE T Max3(T a, T b, T c) { return M::Max(M::Max(a, b), c); }
+
+  template <class P>
+  static VX_INLINE void Load(const P& p, T* c) {
+    for (int i = 0; i < 3; ++i) c[i] = T(Colour(p, i));
+  }
+  static VX_INLINE T Luma(const T* c) { return M::luma(c[0], c[1], c[2]); }
+  template <class P>
+  static VX_INLINE T Sat(const P& p) {
+    return Max3(T(p.red), T(p.green), T(p.blue)) - Min3(T(p.red), T(p.green), T(p.blue));
   }
 
   // Gives c the saturation sat, keeping its hue; a grey c becomes black.
-  static VX_INLINE void SetSat(Wide* c, T sat) {
-    int x, y, z;
-    Sort(c, x, y, z);
-    c[y] = static_cast<Wide>(c[y] - c[z]);
-    c[x] = static_cast<Wide>(c[x] - c[z]);
-    if (c[x] != 0) {
-      c[y] = static_cast<Wide>(sat * c[y] / c[x]);
-      c[x] = static_cast<Wide>(sat);
+  // Channels take the roles largest (x), middle (y) and smallest (z) with
+  // ties broken as below; the order of ties shows at float, where the
+  // largest becomes sat exactly and the middle one is computed.
+  //   r <= g: r > b: g r b;  g > b: g b r;  else b g r
+  //   r > g:  g > b: r g b;  r > b: r b g;  else b r g
+  static VX_INLINE void SetSat(T* c, T sat) {
+    const T r = c[0], g = c[1], b = c[2];
+    const B rg = r <= g, rb = r > b, gb = g > b;
+    const B xr = !rg && rb, xg = rg && (rb || gb);
+    const B zr = rg && !rb, zg = !rg && !gb;
+    const B yr = !xr && !zr, yg = !xg && !zg;
+    const T cz = M::Select(zr, r, M::Select(zg, g, b));
+    T top = Keep16(M::Select(xr, r, M::Select(xg, g, b)) - cz);
+    T mid = Keep16(M::Select(yr, r, M::Select(yg, g, b)) - cz);
+    const B some = top != T(0);
+    if (Any(some)) {
+      mid = M::Select(some, Keep16(Quot(sat * mid, M::Select(some, top, T(1)))), mid);
+      top = M::Select(some, Keep16(sat), top);
     }
-    c[z] = 0;
+    c[0] = M::Select(xr, top, M::Select(yr, mid, T(0)));
+    c[1] = M::Select(xg, top, M::Select(yg, mid, T(0)));
+    c[2] = M::Select(xr || xg, M::Select(yr || yg, T(0), mid), top);
   }
 
   // Moves c to luma L, then pulls channels outside 0..W back toward L.
   // Integer divisions truncate toward zero; a zero divisor skips the step.
-  static VX_INLINE void SetLum(Wide* c, T L) {
+  static VX_INLINE void SetLum(T* c, T L) {
     const T e = L - Luma(c);
-    for (int i = 0; i < 3; ++i) c[i] = static_cast<Wide>(c[i] + e);
-    const T n = std::min({T(c[0]), T(c[1]), T(c[2])});
-    if (n < 0 && L - n != 0) {
-      const T den = L - n;
-      for (int i = 0; i < 3; ++i) c[i] = static_cast<Wide>(L + (c[i] - L) * L / den);
+    for (int i = 0; i < 3; ++i) c[i] = Keep16(c[i] + e);
+    const T n = Min3(c[0], c[1], c[2]);
+    const B low = n < T(0) && L - n != T(0);
+    if (Any(low)) {
+      const T den = M::Select(low, L - n, T(1));
+      for (int i = 0; i < 3; ++i) c[i] = M::Select(low, Keep16(L + Quot((c[i] - L) * L, den)), c[i]);
     }
-    const T x = std::max({T(c[0]), T(c[1]), T(c[2])});
-    if (x > M::kWhite && x - L != 0) {
-      const T den = x - L;
-      for (int i = 0; i < 3; ++i) c[i] = static_cast<Wide>(L + (c[i] - L) * (M::kWhite - L) / den);
+    const T x = Max3(c[0], c[1], c[2]);
+    const B high = x > T(M::kWhite) && x - L != T(0);
+    if (Any(high)) {
+      const T den = M::Select(high, x - L, T(1));
+      for (int i = 0; i < 3; ++i)
+        c[i] = M::Select(high, Keep16(L + Quot((c[i] - L) * (T(M::kWhite) - L), den)), c[i]);
     }
   }
 
-  static VX_INLINE void Mix(const Wide* c, T sa, Pixel& d) {
+  // Mixes c into d's colours by sa where `mixes`; elsewhere d stays.
+  template <class P>
+  static VX_INLINE void Mix(const T* c, T sa, B mixes, P& d) {
+    const B full = sa == T(M::kWhite);
     for (int i = 0; i < 3; ++i) {
-      const T v = sa == M::kWhite ? T(c[i]) : M::lerp(Colour(d, i), c[i], sa);
-      Colour(d, i) = ToChannel<Pixel>(v);
+      const T old = T(Colour(d, i));
+      const T v = M::Select(mixes, M::Select(full, c[i], M::lerp(old, c[i], sa)), old);
+      if constexpr (kLanes)
+        Colour(d, i) = v;
+      else
+        Colour(d, i) = ToChannel<Pixel>(v);
     }
   }
 };
 
 // Each mode forms its triple from the source, the destination before the
-// behind step and the destination after it; false means nothing to mix.
+// behind step and the destination after it, and says where it mixes.
 template <class Pixel, int32_t Mode>
 struct XferRecolourFamily {
   typedef XferRecolourMath<Pixel> R;
   static VX_INLINE void Run(const Pixel& s, typename R::T sa, Pixel& d) {
     const Pixel before = d;
     XferOp<XferBehind, Pixel>::Run(s, sa, d);
-    typename R::Wide c[3];
-    if (XferOp<Mode, Pixel>::Triple(s, before, d, c)) R::Mix(c, sa, d);
+    typename R::T c[3];
+    const bool mixes = XferOp<Mode, Pixel>::Triple(s, before, d, c);
+    if (mixes) R::Mix(c, sa, true, d);
   }
 };
 
 // Hue of the source, saturation and luma of the destination.
-template <class Pixel>
-struct XferOp<XferHue, Pixel> {
-  typedef XferRecolourMath<Pixel> R;
-  static VX_INLINE bool Triple(const Pixel& s, const Pixel&, const Pixel& after, typename R::Wide* c) {
+template <class Pixel, class M>
+struct XferOp<XferHue, Pixel, M> {
+  typedef XferRecolourMath<Pixel, M> R;
+  template <class P>
+  static VX_INLINE typename R::B Triple(const P& s, const P&, const P& after, typename R::T* c) {
     R::Load(s, c);
     R::SetSat(c, R::Sat(after));
-    R::SetLum(c, R::M::Luma(after));
-    return true;
+    R::SetLum(c, M::Luma(after));
+    return typename R::B(true);
   }
 };
 
 // Saturation of the source, hue and luma of the destination.
-template <class Pixel>
-struct XferOp<XferSaturation, Pixel> {
-  typedef XferRecolourMath<Pixel> R;
-  static VX_INLINE bool Triple(const Pixel& s, const Pixel&, const Pixel& after, typename R::Wide* c) {
+template <class Pixel, class M>
+struct XferOp<XferSaturation, Pixel, M> {
+  typedef XferRecolourMath<Pixel, M> R;
+  template <class P>
+  static VX_INLINE typename R::B Triple(const P& s, const P&, const P& after, typename R::T* c) {
     R::Load(after, c);
     const auto L = R::Luma(c);
     R::SetSat(c, R::Sat(s));
     R::SetLum(c, L);
-    return true;
+    return typename R::B(true);
   }
 };
 
 // Hue and saturation of the source, luma of the destination.
-template <class Pixel>
-struct XferOp<XferColor, Pixel> {
-  typedef XferRecolourMath<Pixel> R;
-  static VX_INLINE bool Triple(const Pixel& s, const Pixel&, const Pixel& after, typename R::Wide* c) {
+template <class Pixel, class M>
+struct XferOp<XferColor, Pixel, M> {
+  typedef XferRecolourMath<Pixel, M> R;
+  template <class P>
+  static VX_INLINE typename R::B Triple(const P& s, const P&, const P& after, typename R::T* c) {
     R::Load(s, c);
-    R::SetLum(c, R::M::Luma(after));
-    return true;
+    R::SetLum(c, M::Luma(after));
+    return typename R::B(true);
   }
 };
 
 // Luma of the source, hue and saturation of the destination.
-template <class Pixel>
-struct XferOp<XferLuminosity, Pixel> {
-  typedef XferRecolourMath<Pixel> R;
-  static VX_INLINE bool Triple(const Pixel& s, const Pixel&, const Pixel& after, typename R::Wide* c) {
+template <class Pixel, class M>
+struct XferOp<XferLuminosity, Pixel, M> {
+  typedef XferRecolourMath<Pixel, M> R;
+  template <class P>
+  static VX_INLINE typename R::B Triple(const P& s, const P&, const P& after, typename R::T* c) {
     R::Load(after, c);
-    R::SetLum(c, R::M::Luma(s));
-    return true;
+    R::SetLum(c, M::Luma(s));
+    return typename R::B(true);
   }
 };
 
 // The whole source colour where its luma is greater (lighter) or smaller
 // (darker) than the destination's before the behind step.
-template <class Pixel>
-struct XferOp<XferLighterColor, Pixel> {
-  typedef XferRecolourMath<Pixel> R;
-  static VX_INLINE bool Triple(const Pixel& s, const Pixel& before, const Pixel&, typename R::Wide* c) {
-    if (!(R::M::Luma(s) > R::M::Luma(before))) return false;
+template <class Pixel, class M>
+struct XferOp<XferLighterColor, Pixel, M> {
+  typedef XferRecolourMath<Pixel, M> R;
+  template <class P>
+  static VX_INLINE typename R::B Triple(const P& s, const P& before, const P&, typename R::T* c) {
     R::Load(s, c);
-    return true;
+    return M::Luma(s) > M::Luma(before);
   }
 };
 
-template <class Pixel>
-struct XferOp<XferDarkerColor, Pixel> {
-  typedef XferRecolourMath<Pixel> R;
-  static VX_INLINE bool Triple(const Pixel& s, const Pixel& before, const Pixel&, typename R::Wide* c) {
-    if (!(R::M::Luma(s) < R::M::Luma(before))) return false;
+template <class Pixel, class M>
+struct XferOp<XferDarkerColor, Pixel, M> {
+  typedef XferRecolourMath<Pixel, M> R;
+  template <class P>
+  static VX_INLINE typename R::B Triple(const P& s, const P& before, const P&, typename R::T* c) {
     R::Load(s, c);
-    return true;
+    return M::Luma(s) < M::Luma(before);
   }
 };
 

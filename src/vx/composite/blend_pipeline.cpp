@@ -1,4 +1,5 @@
 // The blend pipeline over one row, and the single-channel blend.
+#include "composite/SpanVector.h"
 #include "core/ChannelMath.h"
 #include "vx/Blend.h"
 
@@ -11,11 +12,13 @@ VX_Err VX_BlendPipeline(VX_ProgressInfo*, int32_t count, const VX_BlendModeDescr
   if (save)
     for (int32_t i = 0; i < count; ++i) scratch[i] = destination[i].alpha;
   VX_Err err = VX_Err_None;
+  // Behind and a recolour mode may run as one pass over the row.
+  const bool fused = VXp_RunFusedRecolour(count, d, source, mask, destination, &err);
   if (d->uses_matte)
     err = d->matte_func ? d->matte_func(count, nullptr, destination) : VX_Err_None;
-  else if (d->needs_behind && d->behind_func.func)
+  else if (d->needs_behind && d->behind_func.func && !fused)
     err = d->behind_func.func(count, d, d->tables, source, mask, destination);
-  if (!err) err = d->blend_func.func(count, d, d->tables, source, mask, destination);
+  if (!err && !fused) err = d->blend_func.func(count, d, d->tables, source, mask, destination);
   if (!err && d->merges_alpha && d->alpha_func) err = d->alpha_func(count, source, d->mode.opacity, mask, destination);
   if (!err && d->uses_matte && d->unmatte_func) err = d->unmatte_func(count, nullptr, destination);
   if (err) return err;

@@ -5,6 +5,7 @@
 
 #include "core/DepthConvert.h"
 #include "core/Internal.h"
+#include "core/Rand.h"
 #include "vx/EffectWorld.h"
 #include "vx/Fill.h"
 #include "vx/World.h"
@@ -80,12 +81,8 @@ double VX_Hypot(double x, double y) { return std::sqrt(x * x + y * y); }
 
 int32_t VX_Rand(uint32_t* seed) {
   if (!seed) return 0;
-  const uint32_t s = *seed;
-  // Schrage's split with the generator's stored constants: the second term is
-  // added, in wrapping 32-bit arithmetic.
-  const uint32_t v = (s % 44488u) * 48271u + (s / 44488u) * 3399u;
-  *seed = v == 0 ? 0x7FFFFFFFu : v;
-  return static_cast<int32_t>((*seed >> 7) & 0x7FFF);
+  *seed = VXp_RandStep(*seed);
+  return VXp_RandDraw(*seed);
 }
 
 void VX_ResetDitherRandomIndex() { VXp_ResetNoise(); }

@@ -45,8 +45,8 @@ int32_t MatteStageOf(int32_t mode) {
 template <class Pixel, int32_t Mode>
 void RecolourAfterBehind(const Pixel& s, typename vx::Arith<Pixel>::T sa, Pixel& d) {
   typedef vx::XferRecolourMath<Pixel> R;
-  typename R::Wide c[3];
-  if (vx::XferOp<Mode, Pixel>::Triple(s, d, d, c)) R::Mix(c, sa, d);
+  typename R::T c[3];
+  if (vx::XferOp<Mode, Pixel>::Triple(s, d, d, c)) R::Mix(c, sa, true, d);
 }
 
 template <class Pixel>

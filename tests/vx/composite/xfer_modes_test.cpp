@@ -245,26 +245,34 @@ TYPED_TEST(XferModes, RecolourMatchesAReferenceWithTies) {
 }
 
 // The sort table, ties included: x, y, z index the largest, middle and
-// smallest channel, and a tie goes as the table's rows say.
-TEST(XferRecolour, SortFollowsTheTableOnTies) {
-  typedef vx::XferRecolourMath<VX_Pixel8> R;
-  for (int i = 0; i < 27; ++i) {
-    const int16_t c[3] = {int16_t(i % 3), int16_t(i / 3 % 3), int16_t(i / 9)};
-    const int16_t r = c[0], g = c[1], b = c[2];
-    int ex[3];  // the table
-    if (r <= g && r > b) ex[0] = 1, ex[1] = 0, ex[2] = 2;
-    if (r <= g && r <= b && g > b) ex[0] = 1, ex[1] = 2, ex[2] = 0;
-    if (r <= g && r <= b && g <= b) ex[0] = 2, ex[1] = 1, ex[2] = 0;
-    if (r > g && g > b) ex[0] = 0, ex[1] = 1, ex[2] = 2;
-    if (r > g && g <= b && r > b) ex[0] = 0, ex[1] = 2, ex[2] = 1;
-    if (r > g && g <= b && r <= b) ex[0] = 2, ex[1] = 0, ex[2] = 1;
-    int x, y, z;
-    R::Sort(c, x, y, z);
-    EXPECT_EQ(x, ex[0]) << r << g << b;
-    EXPECT_EQ(y, ex[1]) << r << g << b;
-    EXPECT_EQ(z, ex[2]) << r << g << b;
-    EXPECT_TRUE(c[x] >= c[y] && c[y] >= c[z]);
-  }
+// smallest channel, and a tie goes as the table's rows say. At float the
+// order shows: the largest becomes sat exactly, the middle one is computed,
+// and for tied channels the two differ.
+TEST(XferRecolour, SetSatFollowsTheSortTableOnTies) {
+  typedef vx::XferRecolourMath<VX_PixelFloat> R;
+  const float levels[3] = {0.1f, 0.3f, 0.7f};
+  int shows = 0;
+  for (float sat : {0.3f, 0.6f, 0.7f, 0.9f})
+    for (int i = 0; i < 27; ++i) {
+      const float r = levels[i % 3], g = levels[i / 3 % 3], b = levels[i / 9];
+      int ex[3] = {0, 1, 2};  // the table
+      if (r <= g && r > b) ex[0] = 1, ex[1] = 0, ex[2] = 2;
+      if (r <= g && r <= b && g > b) ex[0] = 1, ex[1] = 2, ex[2] = 0;
+      if (r <= g && r <= b && g <= b) ex[0] = 2, ex[1] = 1, ex[2] = 0;
+      if (r > g && g > b) ex[0] = 0, ex[1] = 1, ex[2] = 2;
+      if (r > g && g <= b && r > b) ex[0] = 0, ex[1] = 2, ex[2] = 1;
+      if (r > g && g <= b && r <= b) ex[0] = 2, ex[1] = 0, ex[2] = 1;
+      float c[3] = {r, g, b};
+      const float top = c[ex[0]] - c[ex[2]], mid = c[ex[1]] - c[ex[2]];
+      float expect[3];
+      expect[ex[0]] = top != 0 ? sat : top;
+      expect[ex[1]] = top != 0 ? sat * mid / top : mid;
+      expect[ex[2]] = 0;
+      shows += top != 0 && mid == top && sat * mid / top != sat;
+      R::SetSat(c, sat);
+      for (int k = 0; k < 3; ++k) EXPECT_EQ(c[k], expect[k]) << r << " " << g << " " << b << " sat " << sat;
+    }
+  EXPECT_GT(shows, 0);  // the levels do tell the tied roles apart
 }
 
 // Float input that is not a number in range never traps or crashes; the
