@@ -3,6 +3,8 @@
 // row (alpha read) or null, and the opacity (255 is full).
 #pragma once
 
+#include "vx/Blend.h"
+#include "vx/PixelTraits.h"
 #include "vx/Types.h"
 
 // XferOver. The block path divides with a refined reciprocal and agrees with
@@ -21,3 +23,18 @@ VX_Err VXp_SpanCopy8_SSE2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* 
 typedef VX_Err (*VXp_SpanColoursProc8)(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                                        VX_Pixel8* dst);
 VXp_SpanColoursProc8 VXp_SpanMatteColours8_AVX2(int32_t mode);
+
+// The whole pipeline of a matte-family mode on a row, in one pass: flatten,
+// colours, alpha merge, lift, and the old alpha kept when keep_alpha is set;
+// bit for bit the staged pipeline with the package's own stages. Null for
+// other modes.
+template <class Pixel>
+using VXp_FusedMatteProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
+                                      typename VX_PixelTraits<Pixel>::Channel opacity, bool keep_alpha, Pixel* dst);
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode);
+// The fused form for a descriptor, when it may stand for the staged
+// pipeline: AVX2, no linear tables, the mask as the kernel expects it, and
+// the package's own kernel and stages (a replaced slot keeps the stages).
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask);

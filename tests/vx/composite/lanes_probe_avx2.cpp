@@ -1,0 +1,13 @@
+// The 16-bit lane divide, eight quotients at a time, for the divide test.
+// Kept apart from the test itself so that only this file has AVX2 code.
+#include "composite/LanesAVX2.h"
+
+void VXtest_Div16Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t n) {
+  using vx::lanes::Lanes16;
+  using vx::lanes::V;
+  for (int32_t i = 0; i + 8 <= n; i += 8) {
+    const V x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + i));
+    const V y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(v + i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(q + i), Lanes16::div(x, y).v);
+  }
+}
