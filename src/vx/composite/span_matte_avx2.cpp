@@ -10,28 +10,6 @@
 #include "composite/XferMatteModes.h"
 #include "composite/XferSoftLight.h"
 
-namespace vx {
-inline namespace VX_ISA_NS {
-namespace lanes {
-
-// The two soft-light tables, widened once; they are constants of the
-// program, so they are ready before any dynamic initialisation.
-struct WideTable {
-  int32_t v[256];
-  explicit WideTable(const uint8_t* t) {
-    for (int i = 0; i < 256; ++i) v[i] = t[i];
-  }
-};
-const WideTable kWideSoftA(VXp_G_SoftLightA_8), kWideSoftB(VXp_G_SoftLightB_8);
-
-const int32_t* Widened8(const uint8_t* table) {
-  return table == VXp_G_SoftLightA_8 ? kWideSoftA.v : kWideSoftB.v;
-}
-
-}  // namespace lanes
-}  // namespace VX_ISA_NS
-}  // namespace vx
-
 namespace {
 
 using vx::lanes::Lanes8;

@@ -22,10 +22,12 @@ struct PixelLanes<VX_Pixel8> {
   typedef Lanes8 M;
   static void Load(const VX_Pixel8* p, V c[4]) {
     const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    _Pragma("GCC unroll 4")
     for (int k = 0; k < 4; ++k) c[k] = V(_mm256_srli_epi32(x, 8 * k)) & V(0xFF);
   }
   static void Store(VX_Pixel8* p, const V c[4]) {
     __m256i x = c[0].v;
+    _Pragma("GCC unroll 4")
     for (int k = 1; k < 4; ++k) x = _mm256_or_si256(x, _mm256_slli_epi32(c[k].v, 8 * k));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), x);
   }
@@ -75,15 +77,18 @@ struct PixelLanes<VX_PixelFloat> {
   static void Load(const VX_PixelFloat* p, VF c[4]) {
     const float* f = &p->alpha;
     __m256 x[4];
+    _Pragma("GCC unroll 4")
     for (int k = 0; k < 4; ++k)
       x[k] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(f + 4 * k)), _mm_loadu_ps(f + 16 + 4 * k), 1);
     Transpose(x);
+    _Pragma("GCC unroll 4")
     for (int k = 0; k < 4; ++k) c[k] = x[k];
   }
   static void Store(VX_PixelFloat* p, const VF c[4]) {
     float* f = &p->alpha;
     __m256 x[4] = {c[0].v, c[1].v, c[2].v, c[3].v};
     Transpose(x);
+    _Pragma("GCC unroll 4")
     for (int k = 0; k < 4; ++k) {
       _mm_storeu_ps(f + 4 * k, _mm256_castps256_ps128(x[k]));
       _mm_storeu_ps(f + 16 + 4 * k, _mm256_extractf128_ps(x[k], 1));
@@ -167,11 +172,14 @@ struct Fused {
     const Mask none = sa == zero, opaque = da == white;
     if (All(none & opaque)) return;
     T c[3];
+    _Pragma("GCC unroll 4")
     for (int k = 0; k < 3; ++k) c[k] = d[k + 1];
     if (!All(opaque))
+      _Pragma("GCC unroll 4")
       for (int k = 0; k < 3; ++k) c[k] = M::Select(opaque, c[k], M::Keep(Kind::Flatten(c[k], da)));
     if (!All(none)) {
       const Mask full = sa == white;
+      _Pragma("GCC unroll 4")
       for (int k = 0; k < 3; ++k) {
         T x;
         if (All(full))
@@ -186,10 +194,12 @@ struct Fused {
     T ra = row.merge ? M::Keep(M::inv(M::mul(M::inv(ta), M::inv(da)))) : da;
     const Mask lifted = ra == white;
     if (!All(lifted)) {
+      _Pragma("GCC unroll 4")
       for (int k = 0; k < 3; ++k) c[k] = M::Select(lifted, c[k], M::Keep(Kind::Lift(c[k], ra)));
       ra = Kind::LiftAlpha(ra);
     }
     d[0] = row.keep ? da : ra;
+    _Pragma("GCC unroll 4")
     for (int k = 0; k < 3; ++k) d[k + 1] = c[k];
     IO::Store(dst, d);
   }

@@ -1,4 +1,4 @@
-// The 16-bit divide on vector lanes (a float estimate with one correction
+// The lane forms that are not plain arithmetic: the 16-bit divide on vector lanes (a float estimate with one correction
 // step) against div16: every numerator for a spread of divisors, including
 // the largest, and random pairs over the whole range.
 #include <vector>
@@ -51,6 +51,24 @@ TEST(Lanes16Divide, AgreesWithDiv16) {
     ASSERT_TRUE(c.Flush());
   }
   EXPECT_GT(c.checked, 6000000);
+}
+
+}  // namespace
+
+void VXtest_SoftLight8Lanes(const uint8_t* table, int32_t* out);
+extern const uint8_t VXp_G_SoftLightA_8[256];
+extern const uint8_t VXp_G_SoftLightB_8[256];
+
+namespace {
+
+// The lanes compute the 8-bit soft-light curves instead of reading them.
+TEST(Lanes8SoftLight, CurvesMatchTheirTables) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  for (const uint8_t* table : {VXp_G_SoftLightA_8, VXp_G_SoftLightB_8}) {
+    int32_t out[256];
+    VXtest_SoftLight8Lanes(table, out);
+    for (int d = 0; d < 256; ++d) EXPECT_EQ(out[d], table[d]) << "d " << d << (table == VXp_G_SoftLightA_8 ? " A" : " B");
+  }
 }
 
 }  // namespace
