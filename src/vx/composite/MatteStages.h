@@ -163,3 +163,6 @@ template <class Pixel>
 VX_SpanFunc<Pixel> VXp_ScalarMatteStage(int32_t stage);
 template <class Pixel>
 VX_AlphaMergeFunc<Pixel> VXp_ScalarAlphaMerge();
+// Whether `f` is what the package itself put in matte-stage slot `slot` at
+// start, rather than a replacement.
+bool VXp_IsPackageStage(int32_t slot, const void* f);

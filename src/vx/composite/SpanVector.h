@@ -3,6 +3,7 @@
 // row (alpha read) or null, and the opacity (255 is full).
 #pragma once
 
+#include "vx/Blend.h"
 #include "vx/PixelTraits.h"
 #include "vx/Types.h"
 
@@ -37,7 +38,20 @@ VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX2(int32_t mode);
 // descriptor's are the package's own and the CPU has the vector form; false
 // leaves the row untouched for the staged path.
 template <class Pixel>
-struct VX_BlendModeDescriptor;
-template <class Pixel>
 bool VXp_RunFusedRecolour(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const Pixel* source,
                           const Pixel* mask, Pixel* destination, VX_Err* err);
+
+// The whole pipeline of a matte-family mode on a row, in one pass: flatten,
+// colours, alpha merge, lift, and the old alpha kept when keep_alpha is set;
+// bit for bit the staged pipeline with the package's own stages. Null for
+// other modes.
+template <class Pixel>
+using VXp_FusedMatteProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
+                                      typename VX_PixelTraits<Pixel>::Channel opacity, bool keep_alpha, Pixel* dst);
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode);
+// The fused form for a descriptor, when it may stand for the staged
+// pipeline: AVX2, no linear tables, the mask as the kernel expects it, and
+// the package's own kernel and stages (a replaced slot keeps the stages).
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask);

@@ -12,6 +12,23 @@
 namespace vx {
 inline namespace VX_ISA_NS {
 
+// Entry d of a 4097-entry 16-bit table, with 3 fractional bits.
+VX_INLINE int32_t SoftLightLookup16(const int16_t* table, int32_t d) {
+  d = std::min(d, 32768);  // keeps stray values inside the table
+  const int32_t i = d >> 3, f = d & 7;
+  const int32_t v = table[i];
+  return f ? v + ((f * (table[i + 1] - v) + 4) >> 3) : v;
+}
+
+// The float tables are read with d clamped to 0..1 (NaN reads entry 0).
+VX_INLINE float SoftLightLookupF(const float* table, float d) {
+  const float x = !(d > 0.0f) ? 0.0f : (d > 1.0f ? 1.0f : d);
+  const float u = x * 4096.0f;
+  const int32_t i = static_cast<int32_t>(u);
+  const float f = u - static_cast<float>(i);
+  return f != 0.0f ? table[i] + (table[i + 1] - table[i]) * f : table[i];
+}
+
 // The depth's arithmetic, plus what the mode formulas need beyond it.
 template <class Pixel>
 struct XferMath : Arith<Pixel> {
@@ -43,6 +60,11 @@ struct XferMath : Arith<Pixel> {
   static VX_INLINE T Select(bool c, T a, T b) { return c ? a : b; }
   // Entry d (taken to 8 bits) of a 256-entry table.
   static VX_INLINE T Lookup8(const uint8_t* table, T d) { return table[d & 0xFF]; }
+  // Interpolated entry of a 4097-entry table (soft light at 16 bits, float).
+  static VX_INLINE T Lookup16(const int16_t* table, T d) { return SoftLightLookup16(table, d); }
+  static VX_INLINE T LookupF(const float* table, T d) { return SoftLightLookupF(table, d); }
+  // A float divisor that divides to 1.0: zero or denormal.
+  static VX_INLINE bool Tiny(T a) { return zero_or_denormal(a); }
 };
 
 // Colour channel i (0 red, 1 green, 2 blue) of a pixel.

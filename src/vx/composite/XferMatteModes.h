@@ -57,7 +57,7 @@ struct XferOp<XferHardLight, Pixel, M> {
   static VX_INLINE T F(T s, T d) {
     if constexpr (M::kFloat) {
       const T t = 2 * s - 1;
-      return s >= 0.5f ? t * (1 - d) + d : d + t * d;
+      return M::Select(s >= 0.5f, t * (1 - d) + d, d + t * d);
     } else {
       return M::Select(s < M::kGrey, d - M::mul(M::inv(2 * s), d), d + M::mul(2 * s - M::kWhite2, M::inv(d)));
     }
@@ -65,7 +65,7 @@ struct XferOp<XferHardLight, Pixel, M> {
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat) {
       const T t = 2 * s - 1;
-      return s >= 0.5f ? d + sa * (t * (1 - d)) : d + t * d * sa;
+      return M::Select(s >= 0.5f, d + sa * (t * (1 - d)), d + t * d * sa);
     } else {
       return M::Select(s < M::kGrey, d - M::mul(sa, M::mul(M::inv(2 * s), d)),
                        d + M::mul(sa, M::mul(2 * s - M::kWhite2, M::inv(d))));
@@ -79,7 +79,7 @@ struct XferOp<XferDarken, Pixel, M> {
   static VX_INLINE T F(T s, T d) { return M::Min(s, d); }
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat)
-      return d > s ? d - (d - s) * sa : d;
+      return M::Select(d > s, d - (d - s) * sa, d);
     else
       return M::Select(s >= d, d, d - M::mul(sa, d - s));
   }
@@ -91,7 +91,7 @@ struct XferOp<XferLighten, Pixel, M> {
   static VX_INLINE T F(T s, T d) { return M::Max(s, d); }
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat)
-      return s > d ? d + (s - d) * sa : d;
+      return M::Select(s > d, d + (s - d) * sa, d);
     else
       return M::Select(s <= d, d, d + M::mul(sa, s - d));
   }
@@ -113,7 +113,7 @@ struct XferOp<XferDodge, Pixel, M> {
   // d / t for t = 1 - (the source's share).
   static VX_INLINE T Dodge(T t, T d) {
     if constexpr (M::kFloat)
-      return t == 0 || d >= t ? T(1) : d / t;
+      return M::Select((t == T(0)) | (d >= t), T(1), d / t);
     else
       return M::div(t, d);
   }
@@ -127,7 +127,7 @@ struct XferOp<XferBurn, Pixel, M> {
   typedef typename M::T T;
   static VX_INLINE T Burn(T t, T d) {
     if constexpr (M::kFloat)
-      return zero_or_denormal(t) ? T(0) : 1 - (1 - d) / t;
+      return M::Select(M::Tiny(t), T(0), 1 - (1 - d) / t);
     else
       return M::inv(M::div(t, M::inv(d)));
   }

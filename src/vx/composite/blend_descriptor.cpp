@@ -1,6 +1,7 @@
 // Planning a row: which span stages run around a mode's kernel, taken from
 // the table of replaceable operations so that a host's replacements apply.
 #include "composite/MatteStages.h"
+#include "composite/SpanVector.h"
 #include "core/Internal.h"
 #include "vx/Blend.h"
 
@@ -76,3 +77,37 @@ VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixe
 template struct VX_BlendModeDescriptor<VX_Pixel8>;
 template struct VX_BlendModeDescriptor<VX_Pixel16>;
 template struct VX_BlendModeDescriptor<VX_PixelFloat>;
+
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask) {
+  if (!d.uses_matte || !d.merges_alpha || d.tables || !VXp_HasAVX2()) return nullptr;
+  const int32_t mode = d.mode.transfer_mode;
+  int32_t stage;
+  switch (VX_XferFamilyOf(mode)) {
+    case VX_XferFamily::BlackMatte:
+      stage = VXp_Stage_MatteBlack;
+      break;
+    case VX_XferFamily::WhiteMatte:
+      stage = VXp_Stage_MatteWhite;
+      break;
+    case VX_XferFamily::GreyMatte:
+      stage = VXp_Stage_MatteGrey;
+      break;
+    default:
+      return nullptr;
+  }
+  const int32_t first = FirstStageSlot<Pixel>();
+  if (!VXp_IsPackageStage(first + stage, reinterpret_cast<const void*>(d.matte_func)) ||
+      !VXp_IsPackageStage(first + stage + 1, reinterpret_cast<const void*>(d.unmatte_func)) ||
+      !VXp_IsPackageStage(first + 6, reinterpret_cast<const void*>(d.alpha_func)))
+    return nullptr;
+  VX_InnerBlendingFunc<Pixel> own{nullptr};
+  const VX_Err err = has_mask ? VX_GetInnerBlendingFunc<Pixel, true, false>(mode, &own)
+                              : VX_GetInnerBlendingFunc<Pixel, false, false>(mode, &own);
+  if (err || !own.func || own.func != d.blend_func.func) return nullptr;
+  return VXp_FusedMatte_AVX2<Pixel>(mode);
+}
+
+template VXp_FusedMatteProc<VX_Pixel8> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel8>&, bool);
+template VXp_FusedMatteProc<VX_Pixel16> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel16>&, bool);
+template VXp_FusedMatteProc<VX_PixelFloat> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_PixelFloat>&, bool);

@@ -9,6 +9,9 @@ VX_Err VX_BlendPipeline(VX_ProgressInfo*, int32_t count, const VX_BlendModeDescr
   if (!d) return VX_Err_BadParam;
   if (!d->blend_func.func) return VX_Err_Unimplemented;
   const bool save = d->saves_alpha && d->mode.keep_alpha && scratch;
+  // Matte-family modes in one pass when nothing in the stages was replaced.
+  if (auto fused = VXp_FusedMatteFor(*d, mask != nullptr))
+    return fused(count, source, mask, d->mode.opacity, save, destination);
   if (save)
     for (int32_t i = 0; i < count; ++i) scratch[i] = destination[i].alpha;
   VX_Err err = VX_Err_None;

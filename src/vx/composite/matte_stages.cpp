@@ -29,7 +29,24 @@ void InstallDepth(int32_t first) {
   VXp_G_OverFuncs[first + 6] = reinterpret_cast<void*>(&AlphaMerge<Pixel>);
 }
 
+// What the package installed in the seven stage slots of each depth.
+const void* g_own_stages[3][7];
+
+int32_t DepthOfSlot(int32_t slot) {
+  if (slot >= VX_Slot_MatteBlack8 && slot <= VX_Slot_AlphaMerge8) return 0;
+  if (slot >= VX_Slot_MatteBlack16 && slot <= VX_Slot_AlphaMerge16) return 1;
+  if (slot >= VX_Slot_MatteBlackF && slot <= VX_Slot_AlphaMergeF) return 2;
+  return -1;
+}
+
+constexpr int32_t kFirstStageSlot[3] = {VX_Slot_MatteBlack8, VX_Slot_MatteBlack16, VX_Slot_MatteBlackF};
+
 }  // namespace
+
+bool VXp_IsPackageStage(int32_t slot, const void* f) {
+  const int32_t depth = DepthOfSlot(slot);
+  return depth >= 0 && f && g_own_stages[depth][slot - kFirstStageSlot[depth]] == f;
+}
 
 void VXp_InstallMatteStageSlots() {
   InstallDepth<VX_Pixel8>(VX_Slot_MatteBlack8);
@@ -45,6 +62,8 @@ void VXp_InstallMatteStageSlots() {
       VXp_G_OverFuncs[VX_Slot_MatteBlackF + stage] = reinterpret_cast<void*>(VXp_MatteStageF_SSE2(stage));
   }
   if (VXp_HasSSE2()) VXp_G_OverFuncs[VX_Slot_AlphaMerge8] = reinterpret_cast<void*>(&VXp_AlphaMerge8_SSE2);
+  for (int32_t depth = 0; depth < 3; ++depth)
+    for (int32_t i = 0; i < 7; ++i) g_own_stages[depth][i] = VXp_G_OverFuncs[kFirstStageSlot[depth] + i];
 }
 
 // Scalar forms by name, for callers that must not take a replaced slot and

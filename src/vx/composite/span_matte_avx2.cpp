@@ -5,62 +5,16 @@
 // quotient truncates to the divide table's value.
 #include <immintrin.h>
 
+#include "composite/LanesAVX2.h"
 #include "composite/SpanVector.h"
 #include "composite/XferMatteModes.h"
 #include "composite/XferSoftLight.h"
 
 namespace {
 
-// Eight int32 lanes, with the integer operators the formulas use.
-struct V {
-  __m256i v;
-  V() = default;
-  V(__m256i x) : v(x) {}
-  V(int32_t c) : v(_mm256_set1_epi32(c)) {}
-};
-struct Mask {
-  __m256i m;
-};
-inline V operator+(V a, V b) { return _mm256_add_epi32(a.v, b.v); }
-inline V operator-(V a, V b) { return _mm256_sub_epi32(a.v, b.v); }
-inline V operator*(V a, V b) { return _mm256_mullo_epi32(a.v, b.v); }
-inline V operator>>(V a, int n) { return _mm256_srai_epi32(a.v, n); }
-inline V operator&(V a, V b) { return _mm256_and_si256(a.v, b.v); }
-inline Mask operator<(V a, V b) { return {_mm256_cmpgt_epi32(b.v, a.v)}; }
-inline Mask operator>(V a, V b) { return {_mm256_cmpgt_epi32(a.v, b.v)}; }
-inline Mask operator>=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(b.v, a.v), _mm256_set1_epi32(-1))}; }
-inline Mask operator<=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
-inline Mask operator==(V a, V b) { return {_mm256_cmpeq_epi32(a.v, b.v)}; }
-
-// The 8-bit arithmetic of ChannelMath.h and XferMath, on lanes.
-struct Lanes8 {
-  typedef V T;
-  static constexpr bool kFloat = false, k8 = true, k16 = false;
-  static constexpr int32_t kWhite = 255, kGrey = 128, kWhite2 = 256;
-  static V mul(V a, V b) {
-    const V t = a * b + V(128);
-    return (t + (t >> 8)) >> 8;
-  }
-  static V inv(V a) { return V(255) - a; }
-  static V div(V a, V v) {
-    const V n = v * V(255) + (a >> 1);
-    const __m256 q = _mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(a.v));
-    return Select(v >= a, V(255), V(_mm256_cvttps_epi32(q)));
-  }
-  static V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
-  static V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
-  static V Keep(V x) { return x & V(0xFF); }
-  static V Min(V a, V b) { return _mm256_min_epi32(a.v, b.v); }
-  static V Max(V a, V b) { return _mm256_max_epi32(a.v, b.v); }
-  static V Abs(V a) { return _mm256_abs_epi32(a.v); }
-  static V Select(Mask c, V a, V b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
-  static V Lookup8(const uint8_t* table, V d) {
-    alignas(32) int32_t index[8];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(index), (d & V(0xFF)).v);
-    return _mm256_setr_epi32(table[index[0]], table[index[1]], table[index[2]], table[index[3]], table[index[4]],
-                             table[index[5]], table[index[6]], table[index[7]]);
-  }
-};
+using vx::lanes::Lanes8;
+using vx::lanes::Mask;
+using vx::lanes::V;
 
 // Eight pixels: colours of the flattened destination from F (full source) or
 // P (partial); pixels whose scaled alpha is 0, and the alphas, stay.

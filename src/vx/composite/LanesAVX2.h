@@ -1,0 +1,195 @@
+// The arithmetic of each depth on eight AVX2 lanes, with the same names as
+// XferMath (mul, inv, div, lerp, dbl, Select, Min, ...), so that a mode's
+// XferOp formula runs on eight pixels at once. Every operation gives, lane
+// by lane, exactly what the scalar form gives. Include only from *_avx2.cpp.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+
+extern const uint8_t VXp_G_SoftLightB_8[256];
+
+namespace vx {
+inline namespace VX_ISA_NS {
+namespace lanes {
+
+// Eight int32 lanes, with the integer operators the formulas use.
+struct V {
+  __m256i v;
+  V() = default;
+  V(__m256i x) : v(x) {}
+  V(int32_t c) : v(_mm256_set1_epi32(c)) {}
+};
+// Eight float lanes.
+struct VF {
+  __m256 v;
+  VF() = default;
+  VF(__m256 x) : v(x) {}
+  VF(float c) : v(_mm256_set1_ps(c)) {}
+};
+// A lane condition: all ones where true.
+struct Mask {
+  __m256i m;
+};
+
+inline V operator+(V a, V b) { return _mm256_add_epi32(a.v, b.v); }
+inline V operator-(V a, V b) { return _mm256_sub_epi32(a.v, b.v); }
+inline V operator*(V a, V b) { return _mm256_mullo_epi32(a.v, b.v); }
+inline V operator>>(V a, int n) { return _mm256_srai_epi32(a.v, n); }
+inline V operator<<(V a, int n) { return _mm256_slli_epi32(a.v, n); }
+inline V operator&(V a, V b) { return _mm256_and_si256(a.v, b.v); }
+inline Mask operator<(V a, V b) { return {_mm256_cmpgt_epi32(b.v, a.v)}; }
+inline Mask operator>(V a, V b) { return {_mm256_cmpgt_epi32(a.v, b.v)}; }
+inline Mask operator>=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(b.v, a.v), _mm256_set1_epi32(-1))}; }
+inline Mask operator<=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
+inline Mask operator==(V a, V b) { return {_mm256_cmpeq_epi32(a.v, b.v)}; }
+
+inline VF operator+(VF a, VF b) { return _mm256_add_ps(a.v, b.v); }
+inline VF operator-(VF a, VF b) { return _mm256_sub_ps(a.v, b.v); }
+inline VF operator*(VF a, VF b) { return _mm256_mul_ps(a.v, b.v); }
+inline VF operator/(VF a, VF b) { return _mm256_div_ps(a.v, b.v); }
+inline VF operator-(VF a) { return _mm256_xor_ps(a.v, _mm256_set1_ps(-0.0f)); }
+// Ordered comparisons: false for NaN, as in C++.
+inline Mask Compare(__m256 c) { return {_mm256_castps_si256(c)}; }
+inline Mask operator<(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)); }
+inline Mask operator>(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_GT_OQ)); }
+inline Mask operator<=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)); }
+inline Mask operator>=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_GE_OQ)); }
+inline Mask operator==(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)); }
+inline Mask operator!=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_NEQ_UQ)); }
+
+inline Mask operator|(Mask a, Mask b) { return {_mm256_or_si256(a.m, b.m)}; }
+inline Mask operator&(Mask a, Mask b) { return {_mm256_and_si256(a.m, b.m)}; }
+inline bool All(Mask a) { return _mm256_movemask_epi8(a.m) == -1; }
+inline bool None(Mask a) { return _mm256_testz_si256(a.m, a.m) != 0; }
+
+inline V Select(Mask c, V a, V b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
+inline VF Select(Mask c, VF a, VF b) { return _mm256_blendv_ps(b.v, a.v, _mm256_castsi256_ps(c.m)); }
+
+// What the integer depths share.
+struct IntLanes {
+  typedef V T;
+  static constexpr bool kFloat = false;
+  static V Min(V a, V b) { return _mm256_min_epi32(a.v, b.v); }
+  static V Max(V a, V b) { return _mm256_max_epi32(a.v, b.v); }
+  static V Abs(V a) { return _mm256_abs_epi32(a.v); }
+  static V Select(Mask c, V a, V b) { return lanes::Select(c, a, b); }
+};
+
+// 8 bits. The divide runs in float: for numerators below 2^16 the correctly
+// rounded quotient truncates to the divide table's value.
+struct Lanes8 : IntLanes {
+  static constexpr bool k8 = true, k16 = false;
+  static constexpr int32_t kWhite = 255, kGrey = 128, kWhite2 = 256;
+  static V mul(V a, V b) {
+    const V t = a * b + V(128);
+    return (t + (t >> 8)) >> 8;
+  }
+  static V inv(V a) { return V(255) - a; }
+  static V div(V a, V v) {
+    const V n = v * V(255) + (a >> 1);
+    const __m256 q = _mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(a.v));
+    return Select(v >= a, V(255), V(_mm256_cvttps_epi32(q)));
+  }
+  static V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
+  static V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
+  static V Keep(V x) { return x & V(0xFF); }
+  // Lookup8 serves the two soft-light tables only, and computes their
+  // entries from the rules they were made by rather than gathering (gathers
+  // are slow on some processors); every entry agrees with its table.
+  static V Lookup8(const uint8_t* table, V d) {
+    d = d & V(0xFF);
+    return table == VXp_G_SoftLightB_8 ? Parabola(d) : Root(d);
+  }
+  // round(255 x(1 - x)) = (d(255 - d) + 127) / 255, the quotient as
+  // (m + 1 + (m >> 8)) >> 8, exact below 65535.
+  static V Parabola(V d) {
+    const V m = d * (V(255) - d) + V(127);
+    return (m + V(1) + (m >> 8)) >> 8;
+  }
+  // round(255 (D(x) - x)): below d = 64 a rational of denominator 65025,
+  // its quotient estimated in float and corrected on the remainder; above,
+  // round(sqrt(255 d)) - d.
+  static V Root(V d) {
+    const V n = d * (d * (V(16) * d - V(3060)) + V(195075)) + V(32512);
+    V low = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(n.v), _mm256_set1_ps(1.0f / 65025.0f)));
+    const V r = n - low * V(65025);
+    low = Select(r < V(0), low - V(1), Select(r >= V(65025), low + V(1), low));
+    // k = round(sqrt(m)) is the k with k^2 - k < m <= k^2 + k; the estimate
+    // from the approximate reciprocal root is within one of it.
+    const V m = d * V(255);
+    const __m256 mf = _mm256_cvtepi32_ps(m.v);
+    V k = _mm256_cvtps_epi32(_mm256_mul_ps(mf, _mm256_rsqrt_ps(_mm256_max_ps(mf, _mm256_set1_ps(1.0f)))));
+    const V k2 = k * k;
+    k = Select(m > k2 + k, k + V(1), Select(m <= k2 - k, k - V(1), k));
+    const V high = k - d;
+    return Select(d < V(64), low, high);
+  }
+};
+
+// 16 bits (white 32768): products of channels fit in int32.
+struct Lanes16 : IntLanes {
+  static constexpr bool k8 = false, k16 = true;
+  static constexpr int32_t kWhite = 32768, kGrey = 16384, kWhite2 = 32768;
+  static V mul(V a, V b) { return (a * b + V(16383)) >> 15; }
+  static V inv(V a) { return V(32768) - a; }
+  // Below a the quotient is under 2^15 and the float estimate within one of
+  // it; one step on the exact remainder corrects it.
+  static V div(V a, V v) {
+    const V n = (v << 15) + (a >> 1);
+    V q = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(a.v)));
+    const V r = n - q * a;
+    q = Select(r < V(0), q - V(1), Select(r >= a, q + V(1), q));
+    return Select(v >= a, V(32768), q);
+  }
+  static V lerp(V d, V c, V a) { return d + (((c - d) * a) >> 15); }
+  static V dbl(V x) { return ((x + V(16383)) >> 14) & V(~1); }
+  static V Keep(V x) { return x & V(0xFFFF); }
+  // Entries i and i + 1 come from one 32-bit gather; d = 32768 reads entry
+  // 4096 alone, through the pair below it.
+  static V Lookup16(const int16_t* table, V d) {
+    d = Min(d, V(32768));
+    const V i = d >> 3, f = d & V(7);
+    const V pair = _mm256_i32gather_epi32(reinterpret_cast<const int*>(table), Min(i, V(4095)).v, 2);
+    const V lo = _mm256_srai_epi32(_mm256_slli_epi32(pair.v, 16), 16), hi = pair >> 16;
+    const V v = Select(i == V(4096), hi, lo);
+    return v + ((f * (hi - v) + V(4)) >> 3);
+  }
+};
+
+// Float: no clamps; a zero or denormal divisor gives 1.0.
+struct LanesF {
+  typedef VF T;
+  static constexpr bool kFloat = true, k8 = false, k16 = false;
+  static constexpr float kWhite = 1.0f, kGrey = 0.5f, kWhite2 = 1.0f;
+  static Mask Tiny(VF a) {
+    const __m256i e = _mm256_and_si256(_mm256_castps_si256(a.v), _mm256_set1_epi32(0x7F800000));
+    return {_mm256_cmpeq_epi32(e, _mm256_setzero_si256())};
+  }
+  static VF mul(VF a, VF b) { return a * b; }
+  static VF inv(VF a) { return VF(1.0f) - a; }
+  static VF div(VF a, VF v) { return Select(Tiny(a), VF(1.0f), v / a); }
+  static VF lerp(VF d, VF c, VF a) { return d + (c - d) * a; }
+  static VF dbl(VF x) { return VF(2.0f) * x; }
+  static VF Keep(VF x) { return x; }
+  // std::min and std::max: the first argument unless the second is beyond it.
+  static VF Min(VF a, VF b) { return _mm256_min_ps(b.v, a.v); }
+  static VF Max(VF a, VF b) { return _mm256_max_ps(b.v, a.v); }
+  static VF Abs(VF a) { return Select(a < VF(0.0f), -a, a); }
+  static VF Select(Mask c, VF a, VF b) { return lanes::Select(c, a, b); }
+  static VF LookupF(const float* table, VF d) {
+    const VF x = Select(d > VF(0.0f), Select(d > VF(1.0f), VF(1.0f), d), VF(0.0f));
+    const VF u = x * VF(4096.0f);
+    const __m256i i = _mm256_cvttps_epi32(u.v);
+    const VF f = u - VF(_mm256_cvtepi32_ps(i));
+    const VF v = _mm256_i32gather_ps(table, i, 4);
+    const __m256i next = _mm256_min_epi32(_mm256_add_epi32(i, _mm256_set1_epi32(1)), _mm256_set1_epi32(4096));
+    const VF w = _mm256_i32gather_ps(table, next, 4);
+    return Select(f != VF(0.0f), v + (w - v) * f, v);
+  }
+};
+
+}  // namespace lanes
+}  // namespace VX_ISA_NS
+}  // namespace vx

@@ -1,0 +1,261 @@
+// The whole blend pipeline of a matte-family mode in one pass, eight pixels
+// in registers: flatten the destination, the mode's colours (its own XferOp
+// formula on lanes), merge the alpha, lift, and keep the old alpha when
+// asked. Each step is the pipeline's stage rule on lanes, so the result is
+// the staged pipeline's, bit for bit, at every depth.
+#include "composite/LanesAVX2.h"
+#include "composite/SpanVector.h"
+#include "composite/XferMatteModes.h"
+#include "composite/XferSoftLight.h"
+
+namespace {
+
+using namespace vx::lanes;
+
+// ---- eight pixels to four channel vectors and back -------------------------
+
+template <class Pixel>
+struct PixelLanes;
+
+template <>
+struct PixelLanes<VX_Pixel8> {
+  typedef Lanes8 M;
+  static void Load(const VX_Pixel8* p, V c[4]) {
+    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k) c[k] = V(_mm256_srli_epi32(x, 8 * k)) & V(0xFF);
+  }
+  static void Store(VX_Pixel8* p, const V c[4]) {
+    __m256i x = c[0].v;
+    _Pragma("GCC unroll 4")
+    for (int k = 1; k < 4; ++k) x = _mm256_or_si256(x, _mm256_slli_epi32(c[k].v, 8 * k));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), x);
+  }
+};
+
+template <>
+struct PixelLanes<VX_Pixel16> {
+  typedef Lanes16 M;
+  // Per 128 bits: two pixels a r g b -> a a r r g g b b; then four pixels'
+  // channels gathered in 64-bit groups.
+  static __m256i Group(__m256i x) {
+    const __m256i by_channel = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, 0, 1, 8, 9, 2,
+                                                3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+    return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(x, by_channel), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  }
+  static void Load(const VX_Pixel16* p, V c[4]) {
+    const __m256i lo = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+    const __m256i hi = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 4)));
+    const __m256i ag = _mm256_unpacklo_epi64(lo, hi), rb = _mm256_unpackhi_epi64(lo, hi);
+    c[0] = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(ag));
+    c[1] = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(rb));
+    c[2] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(ag, 1));
+    c[3] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(rb, 1));
+  }
+  static void Store(VX_Pixel16* p, const V c[4]) {
+    // Values are already kept to 16 bits, so the unsigned pack doesn't clamp.
+    const __m256i ar = _mm256_packus_epi32(c[0].v, c[1].v), gb = _mm256_packus_epi32(c[2].v, c[3].v);
+    const __m256i ag = _mm256_unpacklo_epi16(ar, gb), rb = _mm256_unpackhi_epi16(ar, gb);
+    const __m256i p01 = _mm256_unpacklo_epi16(ag, rb), p23 = _mm256_unpackhi_epi16(ag, rb);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permute2x128_si256(p01, p23, 0x20));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 4), _mm256_permute2x128_si256(p01, p23, 0x31));
+  }
+};
+
+template <>
+struct PixelLanes<VX_PixelFloat> {
+  typedef LanesF M;
+  // A 4 x 4 transpose in each 128-bit half: pixels 0..3 below, 4..7 above.
+  static void Transpose(__m256 x[4]) {
+    const __m256 t0 = _mm256_unpacklo_ps(x[0], x[1]), t1 = _mm256_unpackhi_ps(x[0], x[1]);
+    const __m256 t2 = _mm256_unpacklo_ps(x[2], x[3]), t3 = _mm256_unpackhi_ps(x[2], x[3]);
+    x[0] = _mm256_shuffle_ps(t0, t2, 0x44);
+    x[1] = _mm256_shuffle_ps(t0, t2, 0xEE);
+    x[2] = _mm256_shuffle_ps(t1, t3, 0x44);
+    x[3] = _mm256_shuffle_ps(t1, t3, 0xEE);
+  }
+  static void Load(const VX_PixelFloat* p, VF c[4]) {
+    const float* f = &p->alpha;
+    __m256 x[4];
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k)
+      x[k] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(f + 4 * k)), _mm_loadu_ps(f + 16 + 4 * k), 1);
+    Transpose(x);
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k) c[k] = x[k];
+  }
+  static void Store(VX_PixelFloat* p, const VF c[4]) {
+    float* f = &p->alpha;
+    __m256 x[4] = {c[0].v, c[1].v, c[2].v, c[3].v};
+    Transpose(x);
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k) {
+      _mm_storeu_ps(f + 4 * k, _mm256_castps256_ps128(x[k]));
+      _mm_storeu_ps(f + 16 + 4 * k, _mm256_extractf128_ps(x[k], 1));
+    }
+  }
+};
+
+// ---- the matte stage rules on lanes (in place: alpha at white is left) ----
+
+template <VX_XferFamily Kind, class M>
+struct LaneMatte;
+
+template <class M>
+struct LaneMatte<VX_XferFamily::BlackMatte, M> {
+  typedef typename M::T T;
+  static T Flatten(T c, T a) { return M::mul(c, a); }
+  // A transparent pixel becomes all zero.
+  static T Lift(T c, T a) {
+    if constexpr (M::kFloat)
+      return M::Select(a == T(0), T(0), c / a);
+    else
+      return M::Select(a == T(0), T(0), M::div(a, c));
+  }
+  static T LiftAlpha(T a) { return M::Select(a == T(0), T(0), a); }
+};
+
+template <class M>
+struct LaneMatte<VX_XferFamily::WhiteMatte, M> {
+  typedef typename M::T T;
+  static T Flatten(T c, T a) { return M::inv(M::mul(M::inv(c), a)); }
+  static T Lift(T c, T a) { return M::inv(M::div(a, M::inv(c))); }
+  static T LiftAlpha(T a) { return a; }
+};
+
+template <class M>
+struct LaneMatte<VX_XferFamily::GreyMatte, M> {
+  typedef typename M::T T;
+  static T Flatten(T c, T a) {
+    const T g(M::kGrey);
+    return M::Select(c >= g, g + M::mul(c - g, a), c + M::mul(M::inv(a), g - c));
+  }
+  static T Lift(T c, T a) {
+    const T g(M::kGrey);
+    const T up = M::div(a, c - g), down = M::div(a, g - c);
+    return M::Select(c >= g, M::Select(up < g, g + up, T(M::kWhite)), M::Select(down < g, g - down, T(0)));
+  }
+  static T LiftAlpha(T a) { return a; }
+};
+
+// ---- one row ---------------------------------------------------------------
+
+template <class Pixel>
+struct RowState {
+  typename PixelLanes<Pixel>::M::T opacity;
+  bool merge;         // the alpha merge runs (opacity not 0)
+  bool merge_scales;  // the merge scales by opacity (opacity below white)
+  bool keep;          // the old alpha is restored
+};
+
+template <class Pixel, int32_t Mode, bool Scale, bool HasMask>
+struct Fused {
+  typedef PixelLanes<Pixel> IO;
+  typedef typename IO::M M;
+  typedef typename M::T T;
+  typedef vx::XferOp<Mode, Pixel, M> Op;
+  typedef LaneMatte<VX_XferFamilyOf(Mode), M> Kind;
+
+  static void Block(const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
+    const T white(M::kWhite), zero(0);
+    T s[4], d[4], m[4];
+    IO::Load(src, s);
+    if constexpr (HasMask) IO::Load(mask, m);
+    // The colours' source alpha, and the merge's (which scales only below white).
+    T sa = s[0];
+    if constexpr (Scale) sa = M::mul(sa, row.opacity);
+    if constexpr (HasMask) sa = M::mul(sa, m[0]);
+    T ta = sa;
+    if (Scale && !row.merge_scales) ta = HasMask ? M::mul(s[0], m[0]) : s[0];
+    IO::Load(dst, d);
+    const T da = d[0];
+    const Mask none = sa == zero, opaque = da == white;
+    if (All(none & opaque)) return;
+    T c[3];
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 3; ++k) c[k] = d[k + 1];
+    if (!All(opaque))
+      _Pragma("GCC unroll 4")
+      for (int k = 0; k < 3; ++k) c[k] = M::Select(opaque, c[k], M::Keep(Kind::Flatten(c[k], da)));
+    if (!All(none)) {
+      const Mask full = sa == white;
+      _Pragma("GCC unroll 4")
+      for (int k = 0; k < 3; ++k) {
+        T x;
+        if (All(full))
+          x = Op::F(s[k + 1], c[k]);
+        else if (None(full))
+          x = Op::P(s[k + 1], sa, c[k]);
+        else
+          x = M::Select(full, Op::F(s[k + 1], c[k]), Op::P(s[k + 1], sa, c[k]));
+        c[k] = M::Select(none, c[k], M::Keep(x));
+      }
+    }
+    T ra = row.merge ? M::Keep(M::inv(M::mul(M::inv(ta), M::inv(da)))) : da;
+    const Mask lifted = ra == white;
+    if (!All(lifted)) {
+      _Pragma("GCC unroll 4")
+      for (int k = 0; k < 3; ++k) c[k] = M::Select(lifted, c[k], M::Keep(Kind::Lift(c[k], ra)));
+      ra = Kind::LiftAlpha(ra);
+    }
+    d[0] = row.keep ? da : ra;
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 3; ++k) d[k + 1] = c[k];
+    IO::Store(dst, d);
+  }
+
+  static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
+    int32_t i = 0;
+    for (; i + 8 <= count; i += 8) Block(src + i, HasMask ? mask + i : nullptr, row, dst + i);
+    if (i == count) return VX_Err_None;
+    // The last few pixels through a padded block.
+    Pixel s[8] = {}, m[8] = {}, d[8] = {};
+    const int32_t n = count - i;
+    for (int32_t j = 0; j < n; ++j) {
+      s[j] = src[i + j];
+      d[j] = dst[i + j];
+      if (HasMask) m[j] = mask[i + j];
+    }
+    Block(s, m, row, d);
+    for (int32_t j = 0; j < n; ++j) dst[i + j] = d[j];
+    return VX_Err_None;
+  }
+};
+
+template <class Pixel, int32_t Mode>
+VX_Err Entry(int32_t count, const Pixel* src, const Pixel* mask, typename VX_PixelTraits<Pixel>::Channel opacity,
+             bool keep_alpha, Pixel* dst) {
+  typedef typename PixelLanes<Pixel>::M M;
+  if (count <= 0) return VX_Err_None;
+  const RowState<Pixel> row{typename M::T(opacity), opacity != 0, opacity < M::kWhite, keep_alpha};
+  const bool scale = opacity != M::kWhite;
+  if (mask)
+    return scale ? Fused<Pixel, Mode, true, true>::Run(count, src, mask, row, dst)
+                 : Fused<Pixel, Mode, false, true>::Run(count, src, mask, row, dst);
+  return scale ? Fused<Pixel, Mode, true, false>::Run(count, src, mask, row, dst)
+               : Fused<Pixel, Mode, false, false>::Run(count, src, mask, row, dst);
+}
+
+constexpr bool IsMatteFamily(VX_XferFamily f) {
+  return f == VX_XferFamily::BlackMatte || f == VX_XferFamily::WhiteMatte || f == VX_XferFamily::GreyMatte;
+}
+
+}  // namespace
+
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode) {
+  switch (mode) {
+#define VX_FUSED_CASE(number, name, family)                                      \
+  case number:                                                                   \
+    if constexpr (IsMatteFamily(VX_XferFamily::family)) return &Entry<Pixel, number>; \
+    return nullptr;
+    VX_XFER_PIXEL_MODES(VX_FUSED_CASE)
+#undef VX_FUSED_CASE
+    default:
+      return nullptr;
+  }
+}
+
+template VXp_FusedMatteProc<VX_Pixel8> VXp_FusedMatte_AVX2<VX_Pixel8>(int32_t);
+template VXp_FusedMatteProc<VX_Pixel16> VXp_FusedMatte_AVX2<VX_Pixel16>(int32_t);
+template VXp_FusedMatteProc<VX_PixelFloat> VXp_FusedMatte_AVX2<VX_PixelFloat>(int32_t);

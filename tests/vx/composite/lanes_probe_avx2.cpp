@@ -1,0 +1,23 @@
+// The 16-bit lane divide, eight quotients at a time, for the divide test.
+// Kept apart from the test itself so that only this file has AVX2 code.
+#include "composite/LanesAVX2.h"
+
+void VXtest_Div16Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t n) {
+  using vx::lanes::Lanes16;
+  using vx::lanes::V;
+  for (int32_t i = 0; i + 8 <= n; i += 8) {
+    const V x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + i));
+    const V y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(v + i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(q + i), Lanes16::div(x, y).v);
+  }
+}
+
+// The 8-bit soft-light curves as the lanes compute them, for d = 0..255.
+void VXtest_SoftLight8Lanes(const uint8_t* table, int32_t* out) {
+  using vx::lanes::Lanes8;
+  using vx::lanes::V;
+  for (int32_t d = 0; d < 256; d += 8) {
+    const V x = _mm256_add_epi32(_mm256_set1_epi32(d), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + d), Lanes8::Lookup8(table, x).v);
+  }
+}

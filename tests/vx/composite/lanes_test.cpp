@@ -1,0 +1,74 @@
+// The lane forms that are not plain arithmetic: the 16-bit divide on vector lanes (a float estimate with one correction
+// step) against div16: every numerator for a spread of divisors, including
+// the largest, and random pairs over the whole range.
+#include <vector>
+
+#include "core/ChannelMath.h"
+#include "core/Internal.h"
+#include "support/TestWorlds.h"
+
+void VXtest_Div16Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t n);
+
+namespace {
+
+// Checks the pairs in batches; returns the first disagreement's index or -1.
+struct Checker {
+  std::vector<int32_t> a, v, q;
+  int64_t checked = 0;
+  void Add(int32_t x, int32_t y) {
+    a.push_back(x);
+    v.push_back(y);
+  }
+  ::testing::AssertionResult Flush() {
+    while (a.size() % 8) Add(1, 0);
+    q.assign(a.size(), 0);
+    VXtest_Div16Lanes(a.data(), v.data(), q.data(), static_cast<int32_t>(a.size()));
+    for (size_t i = 0; i < a.size(); ++i)
+      if (q[i] != vx::div16(a[i], v[i]))
+        return ::testing::AssertionFailure()
+               << "div16(" << a[i] << ", " << v[i] << "): " << vx::div16(a[i], v[i]) << ", lanes " << q[i];
+    checked += static_cast<int64_t>(a.size());
+    a.clear();
+    v.clear();
+    return ::testing::AssertionSuccess();
+  }
+};
+
+TEST(Lanes16Divide, AgreesWithDiv16) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  Checker c;
+  // Every v for divisors near the ends and a spread between (primes included).
+  std::vector<int32_t> divisors = {1, 2, 3, 7, 255, 256, 257, 4095, 4097, 16383, 16384, 16385, 32749, 32767, 32768};
+  for (int32_t x = 5; x < 32768; x += 331) divisors.push_back(x);
+  for (int32_t x : divisors) {
+    for (int32_t y = 0; y <= 32768; ++y) c.Add(x, y);
+    ASSERT_TRUE(c.Flush());
+  }
+  // Random pairs anywhere.
+  vxtest::Random r(16);
+  for (int batch = 0; batch < 40; ++batch) {
+    for (int i = 0; i < 100000; ++i) c.Add(r.Int(1, 32768), r.Int(0, 32768));
+    ASSERT_TRUE(c.Flush());
+  }
+  EXPECT_GT(c.checked, 6000000);
+}
+
+}  // namespace
+
+void VXtest_SoftLight8Lanes(const uint8_t* table, int32_t* out);
+extern const uint8_t VXp_G_SoftLightA_8[256];
+extern const uint8_t VXp_G_SoftLightB_8[256];
+
+namespace {
+
+// The lanes compute the 8-bit soft-light curves instead of reading them.
+TEST(Lanes8SoftLight, CurvesMatchTheirTables) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  for (const uint8_t* table : {VXp_G_SoftLightA_8, VXp_G_SoftLightB_8}) {
+    int32_t out[256];
+    VXtest_SoftLight8Lanes(table, out);
+    for (int d = 0; d < 256; ++d) EXPECT_EQ(out[d], table[d]) << "d " << d << (table == VXp_G_SoftLightA_8 ? " A" : " B");
+  }
+}
+
+}  // namespace
