@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+#include "vx/Types.h"
+
 extern const uint8_t VXp_G_SoftLightB_8[256];
 
 namespace vx {
@@ -31,6 +33,14 @@ struct VF {
 // A lane condition: all ones where true.
 struct Mask {
   __m256i m;
+  Mask() = default;
+  Mask(__m256i x) : m(x) {}
+  explicit Mask(bool b) : m(_mm256_set1_epi32(b ? -1 : 0)) {}
+};
+// A pixel's four channels, each eight lanes wide.
+template <class T>
+struct LanePixel {
+  T alpha, red, green, blue;
 };
 
 inline V operator+(V a, V b) { return _mm256_add_epi32(a.v, b.v); }
@@ -44,6 +54,7 @@ inline Mask operator>(V a, V b) { return {_mm256_cmpgt_epi32(a.v, b.v)}; }
 inline Mask operator>=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(b.v, a.v), _mm256_set1_epi32(-1))}; }
 inline Mask operator<=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
 inline Mask operator==(V a, V b) { return {_mm256_cmpeq_epi32(a.v, b.v)}; }
+inline Mask operator!=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpeq_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
 
 inline VF operator+(VF a, VF b) { return _mm256_add_ps(a.v, b.v); }
 inline VF operator-(VF a, VF b) { return _mm256_sub_ps(a.v, b.v); }
@@ -61,6 +72,9 @@ inline Mask operator!=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP
 
 inline Mask operator|(Mask a, Mask b) { return {_mm256_or_si256(a.m, b.m)}; }
 inline Mask operator&(Mask a, Mask b) { return {_mm256_and_si256(a.m, b.m)}; }
+inline Mask operator&&(Mask a, Mask b) { return a & b; }
+inline Mask operator||(Mask a, Mask b) { return a | b; }
+inline Mask operator!(Mask a) { return {_mm256_xor_si256(a.m, _mm256_set1_epi32(-1))}; }
 inline bool All(Mask a) { return _mm256_movemask_epi8(a.m) == -1; }
 inline bool None(Mask a) { return _mm256_testz_si256(a.m, a.m) != 0; }
 
@@ -75,6 +89,9 @@ struct IntLanes {
   static V Max(V a, V b) { return _mm256_max_epi32(a.v, b.v); }
   static V Abs(V a) { return _mm256_abs_epi32(a.v); }
   static V Select(Mask c, V a, V b) { return lanes::Select(c, a, b); }
+  static bool Any(Mask m) { return !None(m); }
+  static V luma(V r, V g, V b) { return (r * V(9798) + g * V(19235) + b * V(3735) + V(16384)) >> 15; }
+  static V Luma(const LanePixel<V>& p) { return luma(p.red, p.green, p.blue); }
 };
 
 // 8 bits. The divide runs in float: for numerators below 2^16 the correctly
@@ -95,6 +112,14 @@ struct Lanes8 : IntLanes {
   static V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
   static V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
   static V Keep(V x) { return x & V(0xFF); }
+  // The low 16 bits, sign-extended: the recolour triples' int16 wrap.
+  static V Narrow16(V x) { return _mm256_srai_epi32(_mm256_slli_epi32(x.v, 16), 16); }
+  // a / b truncated: every numerator is below 2^23 and numerator plus
+  // divisor below 2^24, so the correctly rounded float quotient truncates
+  // to the integer one.
+  static V Quot(V a, V b) {
+    return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)));
+  }
   // Lookup8 serves the two soft-light tables only, and computes their
   // entries from the rules they were made by rather than gathering (gathers
   // are slow on some processors); every entry agrees with its table.
@@ -146,6 +171,14 @@ struct Lanes16 : IntLanes {
   static V lerp(V d, V c, V a) { return d + (((c - d) * a) >> 15); }
   static V dbl(V x) { return ((x + V(16383)) >> 14) & V(~1); }
   static V Keep(V x) { return x & V(0xFFFF); }
+  // a / b truncated, in double: exact for any int32 pair.
+  static V Quot(V a, V b) {
+    const __m256d lo = _mm256_div_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(a.v)),
+                                     _mm256_cvtepi32_pd(_mm256_castsi256_si128(b.v)));
+    const __m256d hi = _mm256_div_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(a.v, 1)),
+                                     _mm256_cvtepi32_pd(_mm256_extracti128_si256(b.v, 1)));
+    return _mm256_set_m128i(_mm256_cvttpd_epi32(hi), _mm256_cvttpd_epi32(lo));
+  }
   // Entries i and i + 1 come from one 32-bit gather; d = 32768 reads entry
   // 4096 alone, through the pair below it.
   static V Lookup16(const int16_t* table, V d) {
@@ -178,6 +211,10 @@ struct LanesF {
   static VF Max(VF a, VF b) { return _mm256_max_ps(b.v, a.v); }
   static VF Abs(VF a) { return Select(a < VF(0.0f), -a, a); }
   static VF Select(Mask c, VF a, VF b) { return lanes::Select(c, a, b); }
+  static bool Any(Mask m) { return !None(m); }
+  static VF Quot(VF a, VF b) { return a / b; }
+  static VF luma(VF r, VF g, VF b) { return r * VF(0.299f) + g * VF(0.587f) + b * VF(0.114f); }
+  static VF Luma(const LanePixel<VF>& p) { return luma(p.red, p.green, p.blue); }
   static VF LookupF(const float* table, VF d) {
     const VF x = Select(d > VF(0.0f), Select(d > VF(1.0f), VF(1.0f), d), VF(0.0f));
     const VF u = x * VF(4096.0f);
@@ -189,6 +226,111 @@ struct LanesF {
     return Select(f != VF(0.0f), v + (w - v) * f, v);
   }
 };
+
+// Eight pixels to four channel vectors (alpha, red, green, blue) and back.
+// Stores expect values already kept to the channel's bits.
+
+template <class Pixel>
+struct PixelLanes;
+
+template <>
+struct PixelLanes<VX_Pixel8> {
+  typedef Lanes8 M;
+  static void Load(const VX_Pixel8* p, V c[4]) {
+    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k) c[k] = V(_mm256_srli_epi32(x, 8 * k)) & V(0xFF);
+  }
+  static void Store(VX_Pixel8* p, const V c[4]) {
+    __m256i x = c[0].v;
+    _Pragma("GCC unroll 4")
+    for (int k = 1; k < 4; ++k) x = _mm256_or_si256(x, _mm256_slli_epi32(c[k].v, 8 * k));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), x);
+  }
+};
+
+template <>
+struct PixelLanes<VX_Pixel16> {
+  typedef Lanes16 M;
+  // Per 128 bits: two pixels a r g b -> a a r r g g b b; then four pixels'
+  // channels gathered in 64-bit groups.
+  static __m256i Group(__m256i x) {
+    const __m256i by_channel = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, 0, 1, 8, 9, 2,
+                                                3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+    return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(x, by_channel), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  }
+  static void Load(const VX_Pixel16* p, V c[4]) {
+    const __m256i lo = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+    const __m256i hi = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 4)));
+    const __m256i ag = _mm256_unpacklo_epi64(lo, hi), rb = _mm256_unpackhi_epi64(lo, hi);
+    c[0] = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(ag));
+    c[1] = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(rb));
+    c[2] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(ag, 1));
+    c[3] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(rb, 1));
+  }
+  static void Store(VX_Pixel16* p, const V c[4]) {
+    // Values are already kept to 16 bits, so the unsigned pack doesn't clamp.
+    const __m256i ar = _mm256_packus_epi32(c[0].v, c[1].v), gb = _mm256_packus_epi32(c[2].v, c[3].v);
+    const __m256i ag = _mm256_unpacklo_epi16(ar, gb), rb = _mm256_unpackhi_epi16(ar, gb);
+    const __m256i p01 = _mm256_unpacklo_epi16(ag, rb), p23 = _mm256_unpackhi_epi16(ag, rb);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permute2x128_si256(p01, p23, 0x20));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 4), _mm256_permute2x128_si256(p01, p23, 0x31));
+  }
+};
+
+template <>
+struct PixelLanes<VX_PixelFloat> {
+  typedef LanesF M;
+  // A 4 x 4 transpose in each 128-bit half: pixels 0..3 below, 4..7 above.
+  static void Transpose(__m256 x[4]) {
+    const __m256 t0 = _mm256_unpacklo_ps(x[0], x[1]), t1 = _mm256_unpackhi_ps(x[0], x[1]);
+    const __m256 t2 = _mm256_unpacklo_ps(x[2], x[3]), t3 = _mm256_unpackhi_ps(x[2], x[3]);
+    x[0] = _mm256_shuffle_ps(t0, t2, 0x44);
+    x[1] = _mm256_shuffle_ps(t0, t2, 0xEE);
+    x[2] = _mm256_shuffle_ps(t1, t3, 0x44);
+    x[3] = _mm256_shuffle_ps(t1, t3, 0xEE);
+  }
+  static void Load(const VX_PixelFloat* p, VF c[4]) {
+    const float* f = &p->alpha;
+    __m256 x[4];
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k)
+      x[k] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(f + 4 * k)), _mm_loadu_ps(f + 16 + 4 * k), 1);
+    Transpose(x);
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k) c[k] = x[k];
+  }
+  static void Store(VX_PixelFloat* p, const VF c[4]) {
+    float* f = &p->alpha;
+    __m256 x[4] = {c[0].v, c[1].v, c[2].v, c[3].v};
+    Transpose(x);
+    _Pragma("GCC unroll 4")
+    for (int k = 0; k < 4; ++k) {
+      _mm_storeu_ps(f + 4 * k, _mm256_castps256_ps128(x[k]));
+      _mm_storeu_ps(f + 16 + 4 * k, _mm256_extractf128_ps(x[k], 1));
+    }
+  }
+};
+
+
+// Runs block(src, mask, dst) on each run of eight pixels; the last few go
+// through a padded block whose padding is zero (alpha 0). The mask is null
+// when there is none.
+template <class Pixel, class Block>
+inline void EachBlockOf8(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Block block) {
+  int32_t i = 0;
+  for (; i + 8 <= count; i += 8) block(src + i, mask ? mask + i : nullptr, dst + i);
+  if (i >= count) return;
+  Pixel s[8] = {}, m[8] = {}, d[8] = {};
+  const int32_t n = count - i;
+  for (int32_t j = 0; j < n; ++j) {
+    s[j] = src[i + j];
+    d[j] = dst[i + j];
+    if (mask) m[j] = mask[i + j];
+  }
+  block(s, mask ? m : nullptr, d);
+  for (int32_t j = 0; j < n; ++j) dst[i + j] = d[j];
+}
 
 }  // namespace lanes
 }  // namespace VX_ISA_NS

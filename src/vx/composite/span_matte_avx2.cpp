@@ -43,19 +43,9 @@ inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, V opacity, VX_Pix
 template <int32_t Mode, bool Scale, bool HasMask>
 VX_Err Run(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, int32_t opacity, VX_Pixel8* dst) {
   const V op(opacity);
-  int32_t i = 0;
-  for (; i + 8 <= count; i += 8) Block<Mode, Scale, HasMask>(src + i, HasMask ? mask + i : nullptr, op, dst + i);
-  if (i == count) return VX_Err_None;
-  // The last few pixels through a padded block: padding has alpha 0.
-  VX_Pixel8 s[8] = {}, m[8] = {}, d[8] = {};
-  const int32_t n = count - i;
-  for (int32_t j = 0; j < n; ++j) {
-    s[j] = src[i + j];
-    d[j] = dst[i + j];
-    if (HasMask) m[j] = mask[i + j];
-  }
-  Block<Mode, Scale, HasMask>(s, m, op, d);
-  for (int32_t j = 0; j < n; ++j) dst[i + j] = d[j];
+  vx::lanes::EachBlockOf8(count, src, mask, dst, [&](const VX_Pixel8* s, const VX_Pixel8* m, VX_Pixel8* d) {
+    Block<Mode, Scale, HasMask>(s, m, op, d);
+  });
   return VX_Err_None;
 }
 

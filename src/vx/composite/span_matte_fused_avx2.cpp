@@ -12,90 +12,6 @@ namespace {
 
 using namespace vx::lanes;
 
-// ---- eight pixels to four channel vectors and back -------------------------
-
-template <class Pixel>
-struct PixelLanes;
-
-template <>
-struct PixelLanes<VX_Pixel8> {
-  typedef Lanes8 M;
-  static void Load(const VX_Pixel8* p, V c[4]) {
-    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-    _Pragma("GCC unroll 4")
-    for (int k = 0; k < 4; ++k) c[k] = V(_mm256_srli_epi32(x, 8 * k)) & V(0xFF);
-  }
-  static void Store(VX_Pixel8* p, const V c[4]) {
-    __m256i x = c[0].v;
-    _Pragma("GCC unroll 4")
-    for (int k = 1; k < 4; ++k) x = _mm256_or_si256(x, _mm256_slli_epi32(c[k].v, 8 * k));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), x);
-  }
-};
-
-template <>
-struct PixelLanes<VX_Pixel16> {
-  typedef Lanes16 M;
-  // Per 128 bits: two pixels a r g b -> a a r r g g b b; then four pixels'
-  // channels gathered in 64-bit groups.
-  static __m256i Group(__m256i x) {
-    const __m256i by_channel = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, 0, 1, 8, 9, 2,
-                                                3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
-    return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(x, by_channel), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-  }
-  static void Load(const VX_Pixel16* p, V c[4]) {
-    const __m256i lo = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
-    const __m256i hi = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 4)));
-    const __m256i ag = _mm256_unpacklo_epi64(lo, hi), rb = _mm256_unpackhi_epi64(lo, hi);
-    c[0] = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(ag));
-    c[1] = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(rb));
-    c[2] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(ag, 1));
-    c[3] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(rb, 1));
-  }
-  static void Store(VX_Pixel16* p, const V c[4]) {
-    // Values are already kept to 16 bits, so the unsigned pack doesn't clamp.
-    const __m256i ar = _mm256_packus_epi32(c[0].v, c[1].v), gb = _mm256_packus_epi32(c[2].v, c[3].v);
-    const __m256i ag = _mm256_unpacklo_epi16(ar, gb), rb = _mm256_unpackhi_epi16(ar, gb);
-    const __m256i p01 = _mm256_unpacklo_epi16(ag, rb), p23 = _mm256_unpackhi_epi16(ag, rb);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permute2x128_si256(p01, p23, 0x20));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 4), _mm256_permute2x128_si256(p01, p23, 0x31));
-  }
-};
-
-template <>
-struct PixelLanes<VX_PixelFloat> {
-  typedef LanesF M;
-  // A 4 x 4 transpose in each 128-bit half: pixels 0..3 below, 4..7 above.
-  static void Transpose(__m256 x[4]) {
-    const __m256 t0 = _mm256_unpacklo_ps(x[0], x[1]), t1 = _mm256_unpackhi_ps(x[0], x[1]);
-    const __m256 t2 = _mm256_unpacklo_ps(x[2], x[3]), t3 = _mm256_unpackhi_ps(x[2], x[3]);
-    x[0] = _mm256_shuffle_ps(t0, t2, 0x44);
-    x[1] = _mm256_shuffle_ps(t0, t2, 0xEE);
-    x[2] = _mm256_shuffle_ps(t1, t3, 0x44);
-    x[3] = _mm256_shuffle_ps(t1, t3, 0xEE);
-  }
-  static void Load(const VX_PixelFloat* p, VF c[4]) {
-    const float* f = &p->alpha;
-    __m256 x[4];
-    _Pragma("GCC unroll 4")
-    for (int k = 0; k < 4; ++k)
-      x[k] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(f + 4 * k)), _mm_loadu_ps(f + 16 + 4 * k), 1);
-    Transpose(x);
-    _Pragma("GCC unroll 4")
-    for (int k = 0; k < 4; ++k) c[k] = x[k];
-  }
-  static void Store(VX_PixelFloat* p, const VF c[4]) {
-    float* f = &p->alpha;
-    __m256 x[4] = {c[0].v, c[1].v, c[2].v, c[3].v};
-    Transpose(x);
-    _Pragma("GCC unroll 4")
-    for (int k = 0; k < 4; ++k) {
-      _mm_storeu_ps(f + 4 * k, _mm256_castps256_ps128(x[k]));
-      _mm_storeu_ps(f + 16 + 4 * k, _mm256_extractf128_ps(x[k], 1));
-    }
-  }
-};
-
 // ---- the matte stage rules on lanes (in place: alpha at white is left) ----
 
 template <VX_XferFamily Kind, class M>
@@ -205,19 +121,7 @@ struct Fused {
   }
 
   static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
-    int32_t i = 0;
-    for (; i + 8 <= count; i += 8) Block(src + i, HasMask ? mask + i : nullptr, row, dst + i);
-    if (i == count) return VX_Err_None;
-    // The last few pixels through a padded block.
-    Pixel s[8] = {}, m[8] = {}, d[8] = {};
-    const int32_t n = count - i;
-    for (int32_t j = 0; j < n; ++j) {
-      s[j] = src[i + j];
-      d[j] = dst[i + j];
-      if (HasMask) m[j] = mask[i + j];
-    }
-    Block(s, m, row, d);
-    for (int32_t j = 0; j < n; ++j) dst[i + j] = d[j];
+    EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) { Block(s, m, row, d); });
     return VX_Err_None;
   }
 };
