@@ -34,8 +34,11 @@ inline typename W::I Mul8(typename W::I c, typename W::I a, const Consts<W>& k) 
 template <class W>
 inline typename W::I Div8(typename W::I a, typename W::I v, const Consts<W>& k) {
   const typename W::I n = W::Add16(W::Mul16(v, k.k255), W::Shr16(a, 1));
-  const typename W::I q_lo = W::DivTrunc(W::Low16(n, k.zero), W::Low16(a, k.zero));
-  const typename W::I q_hi = W::DivTrunc(W::High16(n, k.zero), W::High16(a, k.zero));
+  auto quotient = [](typename W::I n32, typename W::I a32) {
+    return W::Trunc(W::DivF(W::ToFloat(n32), W::ToFloat(a32)));
+  };
+  const typename W::I q_lo = quotient(W::Low16(n, k.zero), W::Low16(a, k.zero));
+  const typename W::I q_hi = quotient(W::High16(n, k.zero), W::High16(a, k.zero));
   return W::Select(W::Gt16(a, v), W::Pack32(q_lo, q_hi), k.k255);
 }
 
