@@ -10,7 +10,7 @@
 
 #include "vx/Types.h"
 
-extern const uint8_t VXp_G_SoftLightB_8[256];
+extern const int32_t* const VXp_G_SoftLightWide_8;
 
 namespace vx {
 inline namespace VX_ISA_NS {
@@ -120,36 +120,11 @@ struct Lanes8 : IntLanes {
   static V Quot(V a, V b) {
     return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)));
   }
-  // Lookup8 serves the two soft-light tables only, and computes their
-  // entries from the rules they were made by rather than gathering (gathers
-  // are slow on some processors); every entry agrees with its table.
-  static V Lookup8(const uint8_t* table, V d) {
-    d = d & V(0xFF);
-    return table == VXp_G_SoftLightB_8 ? Parabola(d) : Root(d);
-  }
-  // round(255 x(1 - x)) = (d(255 - d) + 127) / 255, the quotient as
-  // (m + 1 + (m >> 8)) >> 8, exact below 65535.
-  static V Parabola(V d) {
-    const V m = d * (V(255) - d) + V(127);
-    return (m + V(1) + (m >> 8)) >> 8;
-  }
-  // round(255 (D(x) - x)): below d = 64 a rational of denominator 65025,
-  // its quotient estimated in float and corrected on the remainder; above,
-  // round(sqrt(255 d)) - d.
-  static V Root(V d) {
-    const V n = d * (d * (V(16) * d - V(3060)) + V(195075)) + V(32512);
-    V low = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(n.v), _mm256_set1_ps(1.0f / 65025.0f)));
-    const V r = n - low * V(65025);
-    low = Select(r < V(0), low - V(1), Select(r >= V(65025), low + V(1), low));
-    // k = round(sqrt(m)) is the k with k^2 - k < m <= k^2 + k; the estimate
-    // from the approximate reciprocal root is within one of it.
-    const V m = d * V(255);
-    const __m256 mf = _mm256_cvtepi32_ps(m.v);
-    V k = _mm256_cvtps_epi32(_mm256_mul_ps(mf, _mm256_rsqrt_ps(_mm256_max_ps(mf, _mm256_set1_ps(1.0f)))));
-    const V k2 = k * k;
-    k = Select(m > k2 + k, k + V(1), Select(m <= k2 - k, k - V(1), k));
-    const V high = k - d;
-    return Select(d < V(64), low, high);
+  // The soft-light curve each lane's source picks, x(1 - x) where dark and
+  // D(x) - x elsewhere, from one gather over both tables.
+  static V SoftLightCurve8(Mask dark, V d) {
+    const V index = (d & V(0xFF)) + (V(dark.m) & V(256));
+    return _mm256_i32gather_epi32(VXp_G_SoftLightWide_8, index.v, 4);
   }
 };
 
@@ -312,6 +287,10 @@ struct PixelLanes<VX_PixelFloat> {
   }
 };
 
+
+// Lets a block lambda inline into the row loop, so that its constants stay
+// in registers across blocks.
+#define VX_INLINE_LAMBDA __attribute__((always_inline))
 
 // Runs block(src, mask, dst) on each run of eight pixels; the last few go
 // through a padded block whose padding is zero (alpha 0). The mask is null

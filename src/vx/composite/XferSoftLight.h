@@ -10,6 +10,8 @@
 // The 8-bit tables, indexed by d.
 extern const uint8_t VXp_G_SoftLightA_8[256];
 extern const uint8_t VXp_G_SoftLightB_8[256];
+// Both as int32, A then B, for vector code that gathers either curve at once.
+extern const int32_t* const VXp_G_SoftLightWide_8;
 
 namespace vx {
 inline namespace VX_ISA_NS {
@@ -36,19 +38,38 @@ struct XferOp<XferSoftLight, Pixel, M> {
       return M::LookupF(VXp_G_SoftLightA_F, d);
   }
 
+  // The curve the source picks: x(1 - x) where it is dark, D(x) - x
+  // elsewhere.
+  template <class B>
+  static VX_INLINE T Curve(B dark, T d) {
+    if constexpr (requires { M::SoftLightCurve8(dark, d); })
+      return M::SoftLightCurve8(dark, d);
+    else
+      return M::Select(dark, Darken(d), Lighten(d));
+  }
+  // How far the integer forms move d: curve x (1 - 2s) down for a dark
+  // source, curve x (2s - 1) up for a light one.
+  template <class B>
+  static VX_INLINE T Amount(B dark, T s, T d) {
+    return M::mul(Curve(dark, d), M::Select(dark, M::inv(2 * s), 2 * s - M::kWhite2));
+  }
+
   static VX_INLINE T F(T s, T d) {
     if constexpr (M::kFloat) {
       return M::Select(s >= 0.5f, (2 * s - 1) * Lighten(d) + d, d - (1 - 2 * s) * Darken(d));
     } else {
-      return M::Select(s < M::kGrey, d - M::mul(Darken(d), M::inv(2 * s)), d + M::mul(Lighten(d), 2 * s - M::kWhite2));
+      const auto dark = s < M::kGrey;
+      const T m = Amount(dark, s, d);
+      return M::Select(dark, d - m, d + m);
     }
   }
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat) {
       return M::Select(s >= 0.5f, d + sa * ((2 * s - 1) * Lighten(d)), d - (1 - 2 * s) * Darken(d) * sa);
     } else {
-      return M::Select(s < M::kGrey, d - M::mul(sa, M::mul(Darken(d), M::inv(2 * s))),
-                       d + M::mul(sa, M::mul(Lighten(d), 2 * s - M::kWhite2)));
+      const auto dark = s < M::kGrey;
+      const T m = M::mul(sa, Amount(dark, s, d));
+      return M::Select(dark, d - m, d + m);
     }
   }
 };

@@ -41,3 +41,20 @@ const uint8_t VXp_G_SoftLightB_8[256] = {
      27,  26,  26,  25,  24,  23,  23,  22,  21,  20,  19,  18,  18,  17,  16,  15,
      14,  13,  12,  11,  11,  10,   9,   8,   7,   6,   5,   4,   3,   2,   1,   0,
 };
+
+namespace {
+
+struct Widened {
+  int32_t entries[512];
+  Widened() {
+    for (int d = 0; d < 256; ++d) {
+      entries[d] = VXp_G_SoftLightA_8[d];
+      entries[256 + d] = VXp_G_SoftLightB_8[d];
+    }
+  }
+};
+const Widened kWidened;
+
+}  // namespace
+
+const int32_t* const VXp_G_SoftLightWide_8 = kWidened.entries;

@@ -43,7 +43,7 @@ inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, V opacity, VX_Pix
 template <int32_t Mode, bool Scale, bool HasMask>
 VX_Err Run(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, int32_t opacity, VX_Pixel8* dst) {
   const V op(opacity);
-  vx::lanes::EachBlockOf8(count, src, mask, dst, [&](const VX_Pixel8* s, const VX_Pixel8* m, VX_Pixel8* d) {
+  vx::lanes::EachBlockOf8(count, src, mask, dst, [&](const VX_Pixel8* s, const VX_Pixel8* m, VX_Pixel8* d) VX_INLINE_LAMBDA {
     Block<Mode, Scale, HasMask>(s, m, op, d);
   });
   return VX_Err_None;

@@ -72,7 +72,7 @@ struct Fused {
   typedef vx::XferOp<Mode, Pixel, M> Op;
   typedef LaneMatte<VX_XferFamilyOf(Mode), M> Kind;
 
-  static void Block(const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
+  static VX_INLINE void Block(const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
     const T white(M::kWhite), zero(0);
     T s[4], d[4], m[4];
     IO::Load(src, s);
@@ -121,7 +121,7 @@ struct Fused {
   }
 
   static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
-    EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) { Block(s, m, row, d); });
+    EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA { Block(s, m, row, d); });
     return VX_Err_None;
   }
 };

@@ -43,7 +43,7 @@ using Lane = typename IO<Pixel>::L::T;
 // (per pixel, only where the destination isn't opaque), then the mode's
 // triple mixed in where the scaled alpha isn't 0.
 template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
-inline void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
+VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
   typedef IO<Pixel> io;
   typedef typename io::L L;
   typedef typename L::T T;
@@ -73,7 +73,7 @@ inline void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool
 
 template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
 VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
-  EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) {
+  EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
     Block<Pixel, Mode, Scale, HasMask, Behind>(s, m, opacity, keep, d);
   });
   return VX_Err_None;

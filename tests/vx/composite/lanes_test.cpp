@@ -55,20 +55,18 @@ TEST(Lanes16Divide, AgreesWithDiv16) {
 
 }  // namespace
 
-void VXtest_SoftLight8Lanes(const uint8_t* table, int32_t* out);
+void VXtest_SoftLight8Lanes(int32_t* out);
 extern const uint8_t VXp_G_SoftLightA_8[256];
 extern const uint8_t VXp_G_SoftLightB_8[256];
 
 namespace {
 
-// The lanes compute the 8-bit soft-light curves instead of reading them.
-TEST(Lanes8SoftLight, CurvesMatchTheirTables) {
+// Each lane reads the curve its own source picked.
+TEST(Lanes8SoftLight, EachLaneReadsItsCurve) {
   if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
-  for (const uint8_t* table : {VXp_G_SoftLightA_8, VXp_G_SoftLightB_8}) {
-    int32_t out[256];
-    VXtest_SoftLight8Lanes(table, out);
-    for (int d = 0; d < 256; ++d) EXPECT_EQ(out[d], table[d]) << "d " << d << (table == VXp_G_SoftLightA_8 ? " A" : " B");
-  }
+  int32_t out[256];
+  VXtest_SoftLight8Lanes(out);
+  for (int d = 0; d < 256; ++d) EXPECT_EQ(out[d], (d & 1 ? VXp_G_SoftLightB_8 : VXp_G_SoftLightA_8)[d]) << "d " << d;
 }
 
 }  // namespace
