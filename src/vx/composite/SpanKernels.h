@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstring>
+#include <type_traits>
 
 #include "composite/XferCore.h"
 #include "core/Rand.h"
@@ -139,30 +140,93 @@ VX_INLINE bool DissolveHit(int32_t draw, typename Arith<Pixel>::T a) {
     return (draw & 255) <= a;
 }
 
-template <class Pixel, bool HasMask>
-VX_INLINE void DissolveRow(int32_t count, const VX_BlendingMode<Pixel>& mode, const Pixel* src, const Pixel* mask,
-                           Pixel* dst) {
+// How many pixels from p on are opaque, at most n. At 8 bits eight pixels
+// are checked at once: their alpha bytes all 0xFF.
+template <class Pixel>
+VX_INLINE int32_t OpaqueRunLength(const Pixel* p, int32_t n) {
+  int32_t k = 0;
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
+    constexpr uint64_t kAlphas = 0x000000FF000000FFull;
+    for (; k + 8 <= n; k += 8) {
+      uint64_t w[4];
+      std::memcpy(w, p + k, sizeof w);
+      if ((w[0] & w[1] & w[2] & w[3] & kAlphas) != kAlphas) break;
+    }
+  }
+  while (k < n && p[k].alpha == Arith<Pixel>::kWhite) ++k;
+  return k;
+}
+
+// Opaque source pixels over the destination, its alpha kept when asked.
+template <class Pixel>
+VX_INLINE void CopyOpaqueRun(const Pixel* src, int32_t n, bool keep, Pixel* dst) {
+  if (!keep) {
+    std::memcpy(dst, src, static_cast<size_t>(n) * sizeof(Pixel));
+    return;
+  }
+  for (int32_t k = 0; k < n; ++k) {
+    const auto kept = dst[k].alpha;
+    dst[k] = src[k];
+    dst[k].alpha = kept;
+  }
+}
+
+// Writes p over *d where hit, without a branch: hits are random at partial
+// alphas. Pixels of one or two words blend by a mask; wider ones write a
+// miss to a sink.
+template <class Pixel>
+VX_INLINE void StoreIfHit(bool hit, const Pixel& p, Pixel* d) {
+  if constexpr (sizeof(Pixel) == 4 || sizeof(Pixel) == 8) {
+    typedef std::conditional_t<sizeof(Pixel) == 4, uint32_t, uint64_t> U;
+    U x, y;
+    std::memcpy(&x, &p, sizeof x);
+    std::memcpy(&y, d, sizeof y);
+    const U m = U(0) - U(hit);
+    y = (x & m) | (y & ~m);
+    std::memcpy(d, &y, sizeof y);
+  } else {
+    Pixel sink;
+    const uintptr_t miss = uintptr_t(0) - uintptr_t(!hit);
+    *reinterpret_cast<Pixel*>((reinterpret_cast<uintptr_t>(d) & ~miss) | (reinterpret_cast<uintptr_t>(&sink) & miss)) =
+        p;
+  }
+}
+
+template <class Pixel, bool Scale, bool HasMask>
+VX_INLINE void DissolveRowAt(int32_t count, const VX_BlendingMode<Pixel>& mode, const Pixel* src, const Pixel* mask,
+                             Pixel* dst) {
   typedef Arith<Pixel> A;
   const bool keep = mode.keep_alpha;
   uint32_t r = static_cast<uint32_t>(mode.dissolve_seed);
   for (int32_t i = 0; i < count; ++i, ++r) {
-    const typename A::T a = SpanAlpha<Pixel, true, HasMask>(src[i].alpha, mode.opacity, mask, i);
+    const typename A::T a = SpanAlpha<Pixel, Scale, HasMask>(src[i].alpha, mode.opacity, mask, i);
     if (a == 0) continue;
     bool hit = true;
     if (a != A::kWhite) {
       r = VXp_RandStep(r);
       hit = DissolveHit<Pixel>(VXp_RandDraw(r), a);
+    } else if constexpr (!Scale && !HasMask) {
+      // The alpha is the source's own: a run of opaque pixels draws
+      // nothing, so it is copied whole and the seed steps over it.
+      const int32_t n = 1 + OpaqueRunLength(src + i + 1, count - i - 1);
+      CopyOpaqueRun(src + i, n, keep, dst + i);
+      i += n - 1;
+      r += static_cast<uint32_t>(n - 1);
+      continue;
     }
-    // A hit is random at partial alphas, so a miss writes to a sink, the
-    // address chosen by a mask (a conditional would become a branch).
-    Pixel sink;
-    const uintptr_t miss = uintptr_t(0) - uintptr_t(!hit);
-    Pixel* out = reinterpret_cast<Pixel*>((reinterpret_cast<uintptr_t>(dst + i) & ~miss) |
-                                          (reinterpret_cast<uintptr_t>(&sink) & miss));
-    const auto kept = dst[i].alpha;
-    *out = src[i];
-    out->alpha = keep ? kept : ToChannel<Pixel>(A::kWhite);
+    Pixel p = src[i];
+    p.alpha = keep ? dst[i].alpha : ToChannel<Pixel>(A::kWhite);
+    StoreIfHit(hit, p, dst + i);
   }
+}
+
+template <class Pixel, bool HasMask>
+VX_INLINE void DissolveRow(int32_t count, const VX_BlendingMode<Pixel>& mode, const Pixel* src, const Pixel* mask,
+                           Pixel* dst) {
+  if (mode.opacity != Arith<Pixel>::kWhite)
+    DissolveRowAt<Pixel, true, HasMask>(count, mode, src, mask, dst);
+  else
+    DissolveRowAt<Pixel, false, HasMask>(count, mode, src, mask, dst);
 }
 
 // Mask mix: the mask's alpha w mixes source and destination, each weighted

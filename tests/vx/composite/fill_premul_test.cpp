@@ -259,6 +259,14 @@ TEST(Numbers, RandFollowsItsStoredConstantsAndHypot) {
     ASSERT_EQ(s, want);
     ASSERT_EQ(result, int32_t((want >> 7) & 0x7FFF));
   }
+  // One step from states across the whole 32-bit range, which dissolve
+  // seeds reach.
+  for (uint64_t start = 0; start <= 0xFFFFFFFFu; start += 65521) {
+    uint32_t t = uint32_t(start);
+    const uint64_t v = (uint64_t(t % 44488) * 48271 + uint64_t(t / 44488) * 3399) & 0xFFFFFFFFu;
+    VX_Rand(&t);
+    ASSERT_EQ(t, v ? uint32_t(v) : 0x7FFFFFFFu) << start;
+  }
   EXPECT_DOUBLE_EQ(VX_Hypot(3, 4), 5);
 }
 
