@@ -16,6 +16,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "composite/ModeEntries.h"
 #include "composite/XferCore.h"
 #include "core/Rand.h"
 #include "vx/Blend.h"
@@ -289,8 +290,7 @@ VX_INLINE void SpanBody(int32_t count, const VX_BlendingMode<Pixel>& mode, const
     ForEachPixel<Pixel, HasMask>(
         count, opacity, src, mask, dst, [](const Pixel&) { return typename A::T(A::kWhite); },
         [](const Pixel& s, auto sa, Pixel& d) { XferOp<Mode, Pixel>::Run(s, sa, d); });
-  } else if constexpr (family == VX_XferFamily::BlackMatte || family == VX_XferFamily::WhiteMatte ||
-                       family == VX_XferFamily::GreyMatte) {
+  } else if constexpr (VXp_IsMatteFamily(family)) {
     ForEachPixel<Pixel, HasMask>(count, opacity, src, mask, dst, OwnAlpha<Pixel>,
                                  [](const Pixel& s, auto sa, Pixel& d) { MatteColours<Pixel, Mode>(s, sa, d); });
   } else if constexpr (family == VX_XferFamily::Recolour) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "composite/ModeEntries.h"
 #include "composite/SpanKernels.h"
 #include "composite/SpanVector.h"
 #include "composite/XferLinear.h"
@@ -24,9 +25,7 @@ VX_Err SpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearBlendin
     if (VXp_HasSSSE3()) return VXp_SpanOver8_SSSE3(count, src, m, desc->mode.opacity, dst);
   }
   constexpr VX_XferFamily family = VX_XferFamilyOf(Mode);
-  if constexpr (std::is_same_v<Pixel, VX_Pixel8> &&
-                (family == VX_XferFamily::BlackMatte || family == VX_XferFamily::WhiteMatte ||
-                 family == VX_XferFamily::GreyMatte)) {
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8> && VXp_IsMatteFamily(family)) {
     if (VXp_HasAVX2())
       return VXp_SpanMatteColours8_AVX2(Mode)(count, src, HasMask ? mask : nullptr, desc->mode.opacity, dst);
   }

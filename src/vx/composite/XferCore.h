@@ -3,6 +3,7 @@
 // the destination. The family comes from the list of modes.
 #pragma once
 
+#include "composite/ModeEntries.h"
 #include "composite/XferAlphaOnly.h"
 #include "composite/XferDirect.h"
 #include "composite/XferMatteFamily.h"
@@ -17,8 +18,7 @@ inline namespace VX_ISA_NS {
 template <class Pixel, int32_t Mode>
 VX_INLINE void XferCore(const Pixel& s, typename Arith<Pixel>::T sa, Pixel& d) {
   constexpr VX_XferFamily family = VX_XferFamilyOf(Mode);
-  if constexpr (family == VX_XferFamily::BlackMatte || family == VX_XferFamily::WhiteMatte ||
-                family == VX_XferFamily::GreyMatte)
+  if constexpr (VXp_IsMatteFamily(family))
     XferMatteFamily<Pixel, Mode>::Run(s, sa, d);
   else if constexpr (family == VX_XferFamily::ThreeTerm)
     XferThreeTermFamily<Pixel, Mode>::Run(s, sa, d);

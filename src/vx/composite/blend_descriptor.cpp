@@ -22,6 +22,20 @@ void TakeMattePair(VX_BlendModeDescriptor<Pixel>& d, int32_t stage) {
   d.unmatte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage + 1);
 }
 
+// The flatten stage of a matte family (its lift is the next), or -1.
+constexpr int32_t MatteStageOf(VX_XferFamily family) {
+  switch (family) {
+    case VX_XferFamily::BlackMatte:
+      return VXp_Stage_MatteBlack;
+    case VX_XferFamily::WhiteMatte:
+      return VXp_Stage_MatteWhite;
+    case VX_XferFamily::GreyMatte:
+      return VXp_Stage_MatteGrey;
+    default:
+      return -1;
+  }
+}
+
 }  // namespace
 
 template <class Pixel>
@@ -60,13 +74,9 @@ VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixe
       needs_behind = saves_alpha = true;
       break;
     case VX_XferFamily::BlackMatte:
-      TakeMattePair(*this, VXp_Stage_MatteBlack);
-      break;
     case VX_XferFamily::WhiteMatte:
-      TakeMattePair(*this, VXp_Stage_MatteWhite);
-      break;
     case VX_XferFamily::GreyMatte:
-      TakeMattePair(*this, VXp_Stage_MatteGrey);
+      TakeMattePair(*this, MatteStageOf(VX_XferFamilyOf(mode.transfer_mode)));
       break;
     case VX_XferFamily::None:
       VXp_ReportMessage(VXp_Site(0x35), VXp_Msg_UnimplementedBlendingMode);
@@ -82,20 +92,8 @@ template <class Pixel>
 VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask) {
   if (!d.uses_matte || !d.merges_alpha || d.tables || !VXp_HasAVX2()) return nullptr;
   const int32_t mode = d.mode.transfer_mode;
-  int32_t stage;
-  switch (VX_XferFamilyOf(mode)) {
-    case VX_XferFamily::BlackMatte:
-      stage = VXp_Stage_MatteBlack;
-      break;
-    case VX_XferFamily::WhiteMatte:
-      stage = VXp_Stage_MatteWhite;
-      break;
-    case VX_XferFamily::GreyMatte:
-      stage = VXp_Stage_MatteGrey;
-      break;
-    default:
-      return nullptr;
-  }
+  const int32_t stage = MatteStageOf(VX_XferFamilyOf(mode));
+  if (stage < 0) return nullptr;
   const int32_t first = FirstStageSlot<Pixel>();
   if (!VXp_IsPackageStage(first + stage, reinterpret_cast<const void*>(d.matte_func)) ||
       !VXp_IsPackageStage(first + stage + 1, reinterpret_cast<const void*>(d.unmatte_func)) ||

@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "composite/LanesAVX2.h"
+#include "composite/ModeEntries.h"
 #include "composite/SpanVector.h"
 #include "composite/XferMatteModes.h"
 #include "composite/XferSoftLight.h"
@@ -43,9 +44,9 @@ inline void Block(const VX_Pixel8* src, const VX_Pixel8* mask, V opacity, VX_Pix
 template <int32_t Mode, bool Scale, bool HasMask>
 VX_Err Run(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, int32_t opacity, VX_Pixel8* dst) {
   const V op(opacity);
-  vx::lanes::EachBlockOf8(count, src, mask, dst, [&](const VX_Pixel8* s, const VX_Pixel8* m, VX_Pixel8* d) VX_INLINE_LAMBDA {
-    Block<Mode, Scale, HasMask>(s, m, op, d);
-  });
+  vx::lanes::EachBlockOf8(count, src, mask, dst,
+                          [&](const VX_Pixel8* s, const VX_Pixel8* m, VX_Pixel8* d)
+                              VX_INLINE_LAMBDA { Block<Mode, Scale, HasMask>(s, m, op, d); });
   return VX_Err_None;
 }
 
@@ -62,17 +63,8 @@ VX_Err Entry(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t
 }  // namespace
 
 VXp_SpanColoursProc8 VXp_SpanMatteColours8_AVX2(int32_t mode) {
-  switch (mode) {
-#define VX_MATTE_LANE_CASE(number, name, family)                                       \
-  case number:                                                                         \
-    if constexpr (VX_XferFamily::family == VX_XferFamily::BlackMatte ||                \
-                  VX_XferFamily::family == VX_XferFamily::WhiteMatte ||                \
-                  VX_XferFamily::family == VX_XferFamily::GreyMatte)                   \
-      return &Entry<number>;                                                           \
+  return VXp_EntryForMode<VXp_SpanColoursProc8>(mode, [](auto number, auto family) -> VXp_SpanColoursProc8 {
+    if constexpr (VXp_IsMatteFamily(family())) return &Entry<number()>;
     return nullptr;
-    VX_XFER_PIXEL_MODES(VX_MATTE_LANE_CASE)
-#undef VX_MATTE_LANE_CASE
-    default:
-      return nullptr;
-  }
+  });
 }

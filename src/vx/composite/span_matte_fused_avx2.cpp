@@ -4,6 +4,7 @@
 // asked. Each step is the pipeline's stage rule on lanes, so the result is
 // the staged pipeline's, bit for bit, at every depth.
 #include "composite/LanesAVX2.h"
+#include "composite/ModeEntries.h"
 #include "composite/SpanVector.h"
 #include "composite/XferMatteModes.h"
 #include "composite/XferSoftLight.h"
@@ -121,7 +122,8 @@ struct Fused {
   }
 
   static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
-    EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA { Block(s, m, row, d); });
+    EachBlockOf8(count, src, mask, dst,
+                 [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA { Block(s, m, row, d); });
     return VX_Err_None;
   }
 };
@@ -140,24 +142,14 @@ VX_Err Entry(int32_t count, const Pixel* src, const Pixel* mask, typename VX_Pix
                : Fused<Pixel, Mode, false, false>::Run(count, src, mask, row, dst);
 }
 
-constexpr bool IsMatteFamily(VX_XferFamily f) {
-  return f == VX_XferFamily::BlackMatte || f == VX_XferFamily::WhiteMatte || f == VX_XferFamily::GreyMatte;
-}
-
 }  // namespace
 
 template <class Pixel>
 VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode) {
-  switch (mode) {
-#define VX_FUSED_CASE(number, name, family)                                      \
-  case number:                                                                   \
-    if constexpr (IsMatteFamily(VX_XferFamily::family)) return &Entry<Pixel, number>; \
+  return VXp_EntryForMode<VXp_FusedMatteProc<Pixel>>(mode, [](auto number, auto family) -> VXp_FusedMatteProc<Pixel> {
+    if constexpr (VXp_IsMatteFamily(family())) return &Entry<Pixel, number()>;
     return nullptr;
-    VX_XFER_PIXEL_MODES(VX_FUSED_CASE)
-#undef VX_FUSED_CASE
-    default:
-      return nullptr;
-  }
+  });
 }
 
 template VXp_FusedMatteProc<VX_Pixel8> VXp_FusedMatte_AVX2<VX_Pixel8>(int32_t);

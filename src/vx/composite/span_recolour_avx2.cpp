@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "composite/LanesAVX2.h"
+#include "composite/ModeEntries.h"
 #include "composite/SpanKernels.h"
 #include "composite/SpanVector.h"
 
@@ -101,17 +102,11 @@ VX_Err Entry(int32_t count, const Pixel* src, const Pixel* mask, typename VX_Pix
 
 template <class Pixel>
 VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX2(int32_t mode) {
-  switch (mode) {
-#define VX_RECOLOUR_LANE_CASE(number, name, family)                 \
-  case number:                                                      \
-    if constexpr (VX_XferFamily::family == VX_XferFamily::Recolour) \
-      return &Entry<Pixel, number>;                                 \
+  typedef VXp_SpanRecolourProc<Pixel> Proc;
+  return VXp_EntryForMode<Proc>(mode, [](auto number, auto family) -> Proc {
+    if constexpr (family() == VX_XferFamily::Recolour) return &Entry<Pixel, number()>;
     return nullptr;
-    VX_XFER_PIXEL_MODES(VX_RECOLOUR_LANE_CASE)
-#undef VX_RECOLOUR_LANE_CASE
-    default:
-      return nullptr;
-  }
+  });
 }
 
 template VXp_SpanRecolourProc<VX_Pixel8> VXp_SpanRecolour_AVX2<VX_Pixel8>(int32_t);
