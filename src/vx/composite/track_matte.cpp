@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "core/ChannelMath.h"
+#include "core/Internal.h"
 #include "vx/Transfer.h"
 
 namespace {
@@ -18,8 +19,9 @@ struct MatteValue {
     if constexpr (std::is_same_v<T, float>) return v > 1.0f ? 1.0f : (v < 1e-16f ? 0.0f : v);
     return v;
   }
-  static T Of(const Pixel& p, int32_t kind) {
-    switch (kind) {
+  template <int32_t Kind>
+  static T Of(const Pixel& p) {
+    switch (Kind) {
       case 1:
         return A::inv(T(p.alpha));
       case 2:
@@ -31,6 +33,30 @@ struct MatteValue {
     }
   }
 };
+
+// One kind's values for n matte pixels, the kind fixed for the whole row.
+template <class Pixel, int32_t Kind>
+void MatteValues(uint32_t n, const Pixel* row, Pixel* out) {
+  uint32_t j = 0;
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8> && (Kind == 2 || Kind == 3))
+    if (VXp_HasAVX2()) j = VXp_LumaMatte8_AVX2(n, row, Kind == 3, out);
+  for (; j < n; ++j)
+    out[j].alpha = static_cast<typename VX_PixelTraits<Pixel>::Channel>(MatteValue<Pixel>::template Of<Kind>(row[j]));
+}
+
+template <class Pixel>
+void MatteValuesOfKind(int32_t kind, uint32_t n, const Pixel* row, Pixel* out) {
+  switch (kind) {
+    case 1:
+      return MatteValues<Pixel, 1>(n, row, out);
+    case 2:
+      return MatteValues<Pixel, 2>(n, row, out);
+    case 3:
+      return MatteValues<Pixel, 3>(n, row, out);
+    default:
+      return MatteValues<Pixel, 0>(n, row, out);
+  }
+}
 
 }  // namespace
 
@@ -50,7 +76,8 @@ void VXp_PrepMatteRow(uint32_t count, const Pixel* row, int32_t offset, uint32_t
   uint32_t i = 0;
   for (const uint32_t end = std::min(lead, count); i < end; ++i) out[i].alpha = fill;
   const uint32_t n = std::min(count - i, width);
-  for (uint32_t j = 0; j < n; ++j, ++i) out[i].alpha = static_cast<Channel>(MatteValue<Pixel>::Of(row[j], matte_kind));
+  MatteValuesOfKind(matte_kind, n, row, out + i);
+  i += n;
   for (; i < count; ++i) out[i].alpha = fill;
 }
 

@@ -6,20 +6,24 @@
 
 namespace {
 
+// A matte row of 45 pixels into 50 outputs, at offsets that put it off
+// either end, across it and inside it; long enough for the vector rows to
+// run whole blocks and a tail.
 template <class Pixel>
 void CheckPrep(bool deep) {
+  constexpr int32_t kWidth = 45, kCount = 50;
   vxtest::Random r(31);
-  std::vector<Pixel> row(12);
+  std::vector<Pixel> row(kWidth);
   for (Pixel& p : row) p = r.Any<Pixel>();
   typedef vx::Arith<Pixel> A;
   for (int32_t kind = 0; kind < 4; ++kind)
-    for (int32_t offset : {-15, -12, -5, 0, 3, 20}) {
-      std::vector<Pixel> out(16, Pixel{7, 7, 7, 7});
-      ASSERT_EQ(VX_PrepTrackMatteUniv(16, row.data(), offset, 12, kind, deep, out.data()), 0);
-      for (int32_t i = 0; i < 16; ++i) {
+    for (int32_t offset : {-60, -45, -13, -5, 0, 3, 7, 60}) {
+      std::vector<Pixel> out(kCount, Pixel{7, 7, 7, 7});
+      ASSERT_EQ(VX_PrepTrackMatteUniv(kCount, row.data(), offset, kWidth, kind, deep, out.data()), 0);
+      for (int32_t i = 0; i < kCount; ++i) {
         const int32_t j = i - offset;  // the matte pixel under output i
         int32_t e = (kind & 1) ? A::kWhite : 0;
-        if (j >= 0 && j < 12) {
+        if (j >= 0 && j < kWidth) {
           const Pixel& p = row[j];
           const int32_t luma = (p.red * 9798 + p.green * 19235 + p.blue * 3735 + 16384) >> 15;
           const int32_t values[4] = {p.alpha, A::kWhite - p.alpha, A::mul(p.alpha, luma),
@@ -35,6 +39,8 @@ void CheckPrep(bool deep) {
 TEST(TrackMatte, PrepMatteRowAtEightAndSixteenBits) {
   CheckPrep<VX_Pixel8>(false);
   CheckPrep<VX_Pixel16>(true);
+  vxtest::CPUScope scalar(0, 0, 0);
+  CheckPrep<VX_Pixel8>(false);
 }
 
 // Composite rectangles.
