@@ -18,7 +18,7 @@ void VXp_PrepMatteRow(uint32_t count, const Pixel* row, int32_t offset, uint32_t
 template <class Pixel>
 const Pixel* VXp_MatteRow(const VX_TrackMatte& matte, int32_t x, int32_t y, int32_t count, Pixel* buffer);
 
-// The luma kinds (2, 3) of an 8-bit matte row with AVX2, from its start,
-// eight pixels at a time; returns how many it wrote, the rest is the
-// caller's.
-uint32_t VXp_LumaMatte8_AVX2(uint32_t count, const VX_Pixel8* row, bool invert, VX_Pixel8* out);
+// The luma kinds (2, 3) of a matte row with AVX2, from its start, eight
+// pixels at a time; returns how many it wrote, the rest is the caller's.
+template <class Pixel>
+uint32_t VXp_LumaMatte_AVX2(uint32_t count, const Pixel* row, bool invert, Pixel* out);

@@ -38,8 +38,8 @@ struct MatteValue {
 template <class Pixel, int32_t Kind>
 void MatteValues(uint32_t n, const Pixel* row, Pixel* out) {
   uint32_t j = 0;
-  if constexpr (std::is_same_v<Pixel, VX_Pixel8> && (Kind == 2 || Kind == 3))
-    if (VXp_HasAVX2()) j = VXp_LumaMatte8_AVX2(n, row, Kind == 3, out);
+  if constexpr (Kind == 2 || Kind == 3)
+    if (VXp_HasAVX2()) j = VXp_LumaMatte_AVX2(n, row, Kind == 3, out);
   for (; j < n; ++j)
     out[j].alpha = static_cast<typename VX_PixelTraits<Pixel>::Channel>(MatteValue<Pixel>::template Of<Kind>(row[j]));
 }

@@ -1,21 +1,29 @@
-// Luma-times-alpha matte rows at 8 bits, eight pixels a step: the scalar
-// rule (the product of alpha and luma, inverted for kind 3) on lanes. Only
-// the alpha bytes of the output change, as in the scalar loop.
+// Luma-times-alpha matte rows, eight pixels a step at each depth: the scalar
+// rule (the product of alpha and luma, clamped at float, inverted for kind
+// 3) on lanes. Only the output's alphas change, as in the scalar loop.
 #include "composite/LanesAVX2.h"
 #include "composite/TrackMatte.h"
 
-uint32_t VXp_LumaMatte8_AVX2(uint32_t count, const VX_Pixel8* row, bool invert, VX_Pixel8* out) {
-  using vx::lanes::Lanes8;
-  using vx::lanes::V;
-  const __m256i alpha_bytes = _mm256_set1_epi32(0xFF);
+template <class Pixel>
+uint32_t VXp_LumaMatte_AVX2(uint32_t count, const Pixel* row, bool invert, Pixel* out) {
+  using namespace vx::lanes;
+  typedef PixelLanes<Pixel> IO;
+  typedef typename IO::M M;
+  typedef typename M::T T;
   uint32_t i = 0;
   for (; i + 8 <= count; i += 8) {
-    V c[4];
-    vx::lanes::PixelLanes<VX_Pixel8>::Load(row + i, c);
-    V v = Lanes8::mul(c[0], Lanes8::luma(c[1], c[2], c[3]));
-    if (invert) v = Lanes8::inv(v);
-    auto* at = reinterpret_cast<__m256i*>(out + i);
-    _mm256_storeu_si256(at, _mm256_blendv_epi8(_mm256_loadu_si256(at), v.v, alpha_bytes));
+    T c[4], o[4];
+    IO::Load(row + i, c);
+    T v = M::mul(c[0], M::luma(c[1], c[2], c[3]));
+    if constexpr (M::kFloat) v = M::Select(v > T(1.0f), T(1.0f), M::Select(v < T(1e-16f), T(0.0f), v));
+    if (invert) v = M::inv(v);
+    IO::Load(out + i, o);
+    o[0] = v;
+    IO::Store(out + i, o);
   }
   return i;
 }
+
+template uint32_t VXp_LumaMatte_AVX2(uint32_t, const VX_Pixel8*, bool, VX_Pixel8*);
+template uint32_t VXp_LumaMatte_AVX2(uint32_t, const VX_Pixel16*, bool, VX_Pixel16*);
+template uint32_t VXp_LumaMatte_AVX2(uint32_t, const VX_PixelFloat*, bool, VX_PixelFloat*);

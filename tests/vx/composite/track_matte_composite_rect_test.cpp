@@ -2,6 +2,7 @@
 // rectangles: draft and best alike, and their rules on chosen pixels.
 #include <cstring>
 
+#include "composite/TrackMatte.h"
 #include "vx/composite/SpanTestSupport.h"
 
 namespace {
@@ -41,6 +42,34 @@ TEST(TrackMatte, PrepMatteRowAtEightAndSixteenBits) {
   CheckPrep<VX_Pixel16>(true);
   vxtest::CPUScope scalar(0, 0, 0);
   CheckPrep<VX_Pixel8>(false);
+  CheckPrep<VX_Pixel16>(true);
+}
+
+// Float luma rows, out of range and near zero included, the same on the
+// vector path as on the scalar one, bit for bit.
+TEST(TrackMatte, FloatLumaRowsMatchTheScalarRule) {
+  vxtest::Random r(32);
+  std::vector<VX_PixelFloat> row(45);
+  for (VX_PixelFloat& p : row) p = {r.Float(-0.5f, 1.5f), r.Float(-0.5f, 2.0f), r.Float(0, 1), r.Float(0, 1)};
+  row[3] = {1e-9f, 1e-9f, 1e-9f, 1e-9f};
+  row[9] = {2.0f, 1.0f, 1.0f, 1.0f};
+  for (int32_t kind : {2, 3}) {
+    std::vector<VX_PixelFloat> fast(50, VX_PixelFloat{7, 7, 7, 7}), slow = fast;
+    VXp_PrepMatteRow<VX_PixelFloat>(50, row.data(), 2, 45, kind, fast.data());
+    {
+      vxtest::CPUScope scalar(0, 0, 0);
+      VXp_PrepMatteRow<VX_PixelFloat>(50, row.data(), 2, 45, kind, slow.data());
+    }
+    for (int32_t i = 0; i < 50; ++i) {
+      ASSERT_EQ(std::memcmp(&fast[i], &slow[i], sizeof fast[i]), 0) << "kind " << kind << " output " << i;
+      if (i >= 2 && i < 47) {
+        const VX_PixelFloat& p = row[i - 2];
+        float v = p.alpha * (p.red * 0.299f + p.green * 0.587f + p.blue * 0.114f);
+        v = v > 1.0f ? 1.0f : (v < 1e-16f ? 0.0f : v);
+        ASSERT_EQ(slow[i].alpha, kind == 2 ? v : 1.0f - v) << "kind " << kind << " output " << i;
+      }
+    }
+  }
 }
 
 // Composite rectangles.
