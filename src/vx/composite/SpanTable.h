@@ -16,32 +16,43 @@
 namespace vx {
 inline namespace VX_ISA_NS {
 
+// Runs the row on a vector form where the CPU has one for the mode and
+// depth, into *err; false leaves the row to the scalar body.
 template <class Pixel, int32_t Mode, bool HasMask>
-VX_Err SpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearBlendingTables*, const Pixel* src,
-                  const Pixel* mask, Pixel* dst) {
-  if constexpr (std::is_same_v<Pixel, VX_Pixel8> && Mode == XferOver) {
-    const VX_Pixel8* m = HasMask ? mask : nullptr;
-    if (VXp_HasAVX2()) return VXp_SpanOver8_AVX2(count, src, m, desc->mode.opacity, dst);
-    if (VXp_HasSSSE3()) return VXp_SpanOver8_SSSE3(count, src, m, desc->mode.opacity, dst);
-  }
+VX_INLINE bool VectorSpan(int32_t count, const VX_BlendingMode<Pixel>& mode, const Pixel* src, const Pixel* mask,
+                          Pixel* dst, VX_Err* err) {
+  const Pixel* m = HasMask ? mask : nullptr;
   constexpr VX_XferFamily family = VX_XferFamilyOf(Mode);
-  if constexpr (std::is_same_v<Pixel, VX_Pixel8> && VXp_IsMatteFamily(family)) {
-    if (VXp_HasAVX2())
-      return VXp_SpanMatteColours8_AVX2(Mode)(count, src, HasMask ? mask : nullptr, desc->mode.opacity, dst);
+  constexpr bool k8 = std::is_same_v<Pixel, VX_Pixel8>;
+  if constexpr (k8 && Mode == XferOver) {
+    if (VXp_HasAVX2()) return *err = VXp_SpanOver8_AVX2(count, src, m, mode.opacity, dst), true;
+    if (VXp_HasSSSE3()) return *err = VXp_SpanOver8_SSSE3(count, src, m, mode.opacity, dst), true;
   }
-  if constexpr (std::is_same_v<Pixel, VX_Pixel8> && Mode == XferCopy) {
-    const VX_BlendingMode<Pixel>& mode = desc->mode;
+  if constexpr (!k8 && Mode == XferOver) {
+    if (VXp_HasAVX2()) return *err = VXp_SpanOverDeep_AVX2(count, src, m, mode.opacity, dst), true;
+  }
+  if constexpr (k8 && VXp_IsMatteFamily(family)) {
+    if (VXp_HasAVX2()) return *err = VXp_SpanMatteColours8_AVX2(Mode)(count, src, m, mode.opacity, dst), true;
+  }
+  if constexpr (k8 && Mode == XferCopy) {
     const bool block = !HasMask && !mode.keep_alpha && mode.opacity == 255;
     if (!block && count > 0 && VXp_HasSSE2())
-      return VXp_SpanCopy8_SSE2(count, src, HasMask ? mask : nullptr, mode.opacity, mode.keep_alpha, dst);
+      return *err = VXp_SpanCopy8_SSE2(count, src, m, mode.opacity, mode.keep_alpha, dst), true;
   }
   if constexpr (family == VX_XferFamily::Recolour) {
     if (VXp_HasAVX2())
-      return VXp_SpanRecolour_AVX2<Pixel>(Mode)(count, src, HasMask ? mask : nullptr, desc->mode.opacity,
-                                                desc->mode.keep_alpha, false, dst);
+      return *err = VXp_SpanRecolour_AVX2<Pixel>(Mode)(count, src, m, mode.opacity, mode.keep_alpha, false, dst), true;
   }
-  SpanBody<Pixel, Mode, HasMask>(count, desc->mode, src, mask, dst);
-  return VX_Err_None;
+  return false;
+}
+
+template <class Pixel, int32_t Mode, bool HasMask>
+VX_Err SpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearBlendingTables*, const Pixel* src,
+                  const Pixel* mask, Pixel* dst) {
+  VX_Err err = VX_Err_None;
+  if (!VectorSpan<Pixel, Mode, HasMask>(count, desc->mode, src, mask, dst, &err))
+    SpanBody<Pixel, Mode, HasMask>(count, desc->mode, src, mask, dst);
+  return err;
 }
 
 // The same mode in linear light: source, destination and the mask's alpha
@@ -72,7 +83,9 @@ VX_Err LinearSpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearB
   const VX_BlendingMode<Pixel>& mode = desc->mode;
   const VX_BlendingMode<L> linear{mode.transfer_mode, mode.dissolve_seed,
                                   static_cast<LChannel>(LinearAlpha(Pixel{}, mode.opacity)), mode.keep_alpha};
-  SpanBody<L, Mode, HasMask>(count, linear, ls, lm, ld);
+  VX_Err err = VX_Err_None;
+  if (!VectorSpan<L, Mode, HasMask>(count, linear, ls, lm, ld, &err)) SpanBody<L, Mode, HasMask>(count, linear, ls, lm, ld);
+  if (err) return err;
   for (size_t i = 0; i < n; ++i) FromLinear(*tables, ld[i], dst[i]);
   return VX_Err_None;
 }

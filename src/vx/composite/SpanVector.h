@@ -13,6 +13,10 @@ VX_Err VXp_SpanOver8_SSSE3(int32_t count, const VX_Pixel8* src, const VX_Pixel8*
                            VX_Pixel8* dst);
 VX_Err VXp_SpanOver8_AVX2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                           VX_Pixel8* dst);
+// XferOver at 16 bits and float with AVX2, bit-exact with the scalar rule.
+template <class Pixel>
+VX_Err VXp_SpanOverDeep_AVX2(int32_t count, const Pixel* src, const Pixel* mask,
+                             typename VX_PixelTraits<Pixel>::Channel opacity, Pixel* dst);
 // XferCopy when something scales or the alpha is kept (otherwise the row is
 // one block copy).
 VX_Err VXp_SpanCopy8_SSE2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
