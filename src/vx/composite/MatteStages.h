@@ -8,6 +8,7 @@
 
 #include "core/ChannelMath.h"
 #include "vx/Fill.h"
+#include "vx/Xfer.h"
 
 namespace vx {
 inline namespace VX_ISA_NS {
@@ -158,6 +159,19 @@ enum VXp_MatteStage : int32_t {
   VXp_Stage_MatteGrey = 4,
   VXp_Stage_UnmatteGrey = 5
 };
+// The flatten stage of a matte family (its lift is the next), or -1.
+constexpr int32_t VXp_MatteStageOf(VX_XferFamily family) {
+  switch (family) {
+    case VX_XferFamily::BlackMatte:
+      return VXp_Stage_MatteBlack;
+    case VX_XferFamily::WhiteMatte:
+      return VXp_Stage_MatteWhite;
+    case VX_XferFamily::GreyMatte:
+      return VXp_Stage_MatteGrey;
+    default:
+      return -1;
+  }
+}
 // The scalar forms, whatever the table holds.
 template <class Pixel>
 VX_SpanFunc<Pixel> VXp_ScalarMatteStage(int32_t stage);

@@ -22,20 +22,6 @@ void TakeMattePair(VX_BlendModeDescriptor<Pixel>& d, int32_t stage) {
   d.unmatte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage + 1);
 }
 
-// The flatten stage of a matte family (its lift is the next), or -1.
-constexpr int32_t MatteStageOf(VX_XferFamily family) {
-  switch (family) {
-    case VX_XferFamily::BlackMatte:
-      return VXp_Stage_MatteBlack;
-    case VX_XferFamily::WhiteMatte:
-      return VXp_Stage_MatteWhite;
-    case VX_XferFamily::GreyMatte:
-      return VXp_Stage_MatteGrey;
-    default:
-      return -1;
-  }
-}
-
 }  // namespace
 
 template <class Pixel>
@@ -76,7 +62,7 @@ VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixe
     case VX_XferFamily::BlackMatte:
     case VX_XferFamily::WhiteMatte:
     case VX_XferFamily::GreyMatte:
-      TakeMattePair(*this, MatteStageOf(VX_XferFamilyOf(mode.transfer_mode)));
+      TakeMattePair(*this, VXp_MatteStageOf(VX_XferFamilyOf(mode.transfer_mode)));
       break;
     case VX_XferFamily::None:
       VXp_ReportMessage(VXp_Site(0x35), VXp_Msg_UnimplementedBlendingMode);
@@ -92,7 +78,7 @@ template <class Pixel>
 VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask) {
   if (!d.uses_matte || !d.merges_alpha || d.tables || !VXp_HasAVX2()) return nullptr;
   const int32_t mode = d.mode.transfer_mode;
-  const int32_t stage = MatteStageOf(VX_XferFamilyOf(mode));
+  const int32_t stage = VXp_MatteStageOf(VX_XferFamilyOf(mode));
   if (stage < 0) return nullptr;
   const int32_t first = FirstStageSlot<Pixel>();
   if (!VXp_IsPackageStage(first + stage, reinterpret_cast<const void*>(d.matte_func)) ||

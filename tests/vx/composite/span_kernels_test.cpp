@@ -27,20 +27,6 @@ Pixel Lifted(int32_t stage, Pixel p) {
   return p;
 }
 
-template <class Pixel>
-int32_t MatteStageOf(int32_t mode) {
-  switch (VX_XferFamilyOf(mode)) {
-    case VX_XferFamily::BlackMatte:
-      return VXp_Stage_MatteBlack;
-    case VX_XferFamily::WhiteMatte:
-      return VXp_Stage_MatteWhite;
-    case VX_XferFamily::GreyMatte:
-      return VXp_Stage_MatteGrey;
-    default:
-      return -1;
-  }
-}
-
 // The recolour step on a destination the behind stage has composited.
 template <class Pixel, int32_t Mode>
 void RecolourAfterBehind(const Pixel& s, typename vx::Arith<Pixel>::T sa, Pixel& d) {
@@ -73,7 +59,7 @@ Pixel Expected(int32_t mode, const Pixel& s, Ch<Pixel> opacity, Ch<Pixel> m, con
     e.alpha = static_cast<Ch<Pixel>>(sa);
     return e;
   }
-  const int32_t stage = MatteStageOf<Pixel>(mode);
+  const int32_t stage = VXp_MatteStageOf(VX_XferFamilyOf(mode));
   if (sa == 0) return stage >= 0 ? Lifted(stage, d) : d;  // the matte modes flatten and lift every pixel
   if (mode == XferBehind && d.alpha == 0) {
     Pixel e = s;
