@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "vx/Globals.h"
 #include "vx/Types.h"
 
 extern const int32_t* const VXp_G_SoftLightWide_8;
@@ -122,7 +123,7 @@ struct Lanes8 : IntLanes {
   }
   // The soft-light curve each lane's source picks, x(1 - x) where dark and
   // D(x) - x elsewhere, from one gather over both tables.
-  static V SoftLightCurve8(Mask dark, V d) {
+  static V SoftLightCurve(Mask dark, V d) {
     const V index = (d & V(0xFF)) + (V(dark.m) & V(256));
     return _mm256_i32gather_epi32(VXp_G_SoftLightWide_8, index.v, 4);
   }
@@ -154,15 +155,28 @@ struct Lanes16 : IntLanes {
                                      _mm256_cvtepi32_pd(_mm256_extracti128_si256(b.v, 1)));
     return _mm256_set_m128i(_mm256_cvttpd_epi32(hi), _mm256_cvttpd_epi32(lo));
   }
-  // Entries i and i + 1 come from one 32-bit gather; d = 32768 reads entry
-  // 4096 alone, through the pair below it.
-  static V Lookup16(const int16_t* table, V d) {
+  // Entries i and i + 1 of the table at `base`, moved by a per-lane byte
+  // offset, come from one 32-bit gather; d = 32768 reads entry 4096 alone,
+  // through the pair below it.
+  static V Lookup16At(const int16_t* base, V offset, V d) {
     d = Min(d, V(32768));
     const V i = d >> 3, f = d & V(7);
-    const V pair = _mm256_i32gather_epi32(reinterpret_cast<const int*>(table), Min(i, V(4095)).v, 2);
+    const V at = offset + (Min(i, V(4095)) << 1);
+    const V pair = _mm256_i32gather_epi32(reinterpret_cast<const int*>(base), at.v, 1);
     const V lo = _mm256_srai_epi32(_mm256_slli_epi32(pair.v, 16), 16), hi = pair >> 16;
     const V v = Select(i == V(4096), hi, lo);
     return v + ((f * (hi - v) + V(4)) >> 3);
+  }
+  static V Lookup16(const int16_t* table, V d) { return Lookup16At(table, V(0), d); }
+  // The soft-light curve each lane's source picks, x(1 - x) where dark and
+  // D(x) - x elsewhere: one gather, its dark lanes moved from table A to
+  // table B, when the two lie within an int32 offset of each other.
+  static V SoftLightCurve(Mask dark, V d) {
+    const intptr_t apart =
+        reinterpret_cast<intptr_t>(VXp_G_SoftLightB_16) - reinterpret_cast<intptr_t>(VXp_G_SoftLightA_16);
+    if (apart > -(intptr_t(1) << 30) && apart < (intptr_t(1) << 30))
+      return Lookup16At(VXp_G_SoftLightA_16, V(dark.m) & V(static_cast<int32_t>(apart)), d);
+    return Select(dark, Lookup16(VXp_G_SoftLightB_16, d), Lookup16(VXp_G_SoftLightA_16, d));
   }
 };
 

@@ -42,8 +42,8 @@ struct XferOp<XferSoftLight, Pixel, M> {
   // elsewhere.
   template <class B>
   static VX_INLINE T Curve(B dark, T d) {
-    if constexpr (requires { M::SoftLightCurve8(dark, d); })
-      return M::SoftLightCurve8(dark, d);
+    if constexpr (requires { M::SoftLightCurve(dark, d); })
+      return M::SoftLightCurve(dark, d);
     else
       return M::Select(dark, Darken(d), Lighten(d));
   }

@@ -19,6 +19,6 @@ void VXtest_SoftLight8Lanes(int32_t* out) {
   using vx::lanes::V;
   for (int32_t d = 0; d < 256; d += 8) {
     const V x = _mm256_add_epi32(_mm256_set1_epi32(d), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + d), Lanes8::SoftLightCurve8((x & V(1)) == V(1), x).v);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + d), Lanes8::SoftLightCurve((x & V(1)) == V(1), x).v);
   }
 }
