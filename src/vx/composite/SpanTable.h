@@ -78,13 +78,15 @@ VX_Err LinearSpanKernel(int32_t count, const Desc<Pixel>* desc, const VX_LinearB
     ls[i] = ToLinear(*tables, src[i]);
     ld[i] = ToLinear(*tables, dst[i]);
   }
+  // Only the mask's alpha is read, but vector kernels load whole pixels.
   if (mask)
-    for (size_t i = 0; i < n; ++i) lm[i].alpha = static_cast<LChannel>(LinearAlpha(Pixel{}, mask[i].alpha));
+    for (size_t i = 0; i < n; ++i) lm[i] = L{static_cast<LChannel>(LinearAlpha(Pixel{}, mask[i].alpha)), 0, 0, 0};
   const VX_BlendingMode<Pixel>& mode = desc->mode;
   const VX_BlendingMode<L> linear{mode.transfer_mode, mode.dissolve_seed,
                                   static_cast<LChannel>(LinearAlpha(Pixel{}, mode.opacity)), mode.keep_alpha};
   VX_Err err = VX_Err_None;
-  if (!VectorSpan<L, Mode, HasMask>(count, linear, ls, lm, ld, &err)) SpanBody<L, Mode, HasMask>(count, linear, ls, lm, ld);
+  if (!VectorSpan<L, Mode, HasMask>(count, linear, ls, lm, ld, &err))
+    SpanBody<L, Mode, HasMask>(count, linear, ls, lm, ld);
   if (err) return err;
   for (size_t i = 0; i < n; ++i) FromLinear(*tables, ld[i], dst[i]);
   return VX_Err_None;

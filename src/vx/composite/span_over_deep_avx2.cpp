@@ -63,8 +63,10 @@ VX_Err VXp_SpanOverDeep_AVX2(int32_t count, const Pixel* src, const Pixel* mask,
   if (count <= 0) return VX_Err_None;
   const T op(opacity);
   if (opacity != VX_PixelTraits<Pixel>::kWhite)
-    return mask ? Run<Pixel, true, true>(count, src, mask, op, dst) : Run<Pixel, true, false>(count, src, mask, op, dst);
-  return mask ? Run<Pixel, false, true>(count, src, mask, op, dst) : Run<Pixel, false, false>(count, src, mask, op, dst);
+    return mask ? Run<Pixel, true, true>(count, src, mask, op, dst)
+                : Run<Pixel, true, false>(count, src, mask, op, dst);
+  return mask ? Run<Pixel, false, true>(count, src, mask, op, dst)
+              : Run<Pixel, false, false>(count, src, mask, op, dst);
 }
 
 template VX_Err VXp_SpanOverDeep_AVX2(int32_t, const VX_Pixel16*, const VX_Pixel16*, uint16_t, VX_Pixel16*);
