@@ -93,6 +93,14 @@ struct IntLanes {
   static bool Any(Mask m) { return !None(m); }
   static V luma(V r, V g, V b) { return (r * V(9798) + g * V(19235) + b * V(3735) + V(16384)) >> 15; }
   static V Luma(const LanePixel<V>& p) { return luma(p.red, p.green, p.blue); }
+  // q within one of a / den (a >= 0, den > 0) moved to the truncated
+  // quotient by its remainder.
+  static V Correct(V a, V q, V den) {
+    const V rem = a - q * den;
+    return q + V((rem < V(0)).m) - V((rem >= den).m);
+  }
+  // |q| with the sign of n / den (den != 0).
+  static V Signed(V q, V n, V den) { return _mm256_sign_epi32(_mm256_sign_epi32(q.v, n.v), den.v); }
 };
 
 // 8 bits. The divide runs in float: for numerators below 2^16 the correctly
@@ -113,14 +121,27 @@ struct Lanes8 : IntLanes {
   static V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
   static V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
   static V Keep(V x) { return x & V(0xFF); }
-  // The low 16 bits, sign-extended: the recolour triples' int16 wrap.
-  static V Narrow16(V x) { return _mm256_srai_epi32(_mm256_slli_epi32(x.v, 16), 16); }
   // a / b truncated: every numerator is below 2^23 and numerator plus
   // divisor below 2^24, so the correctly rounded float quotient truncates
   // to the integer one.
   static V Quot(V a, V b) {
     return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)));
   }
+  // Quotients n / den truncated, for several n by one den != 0: one divide
+  // for the reciprocal of |den|, then for each n a product within one of
+  // the quotient (|n| < 2^23) and a step on the exact remainder.
+  struct Divisor {
+    V den, size;
+    VF r;
+    explicit Divisor(V d)
+        : den(d), size(Abs(d)), r(_mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_cvtepi32_ps(size.v))) {}
+    V operator()(V n) const {
+      const V a = Abs(n);
+      const V q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), r.v));
+      return Signed(Correct(a, q, size), n, den);
+    }
+  };
+  static Divisor DivideBy(V den) { return Divisor(den); }
   // The soft-light curve each lane's source picks, x(1 - x) where dark and
   // D(x) - x elsewhere, from one gather over both tables.
   static V SoftLightCurve(Mask dark, V d) {
@@ -155,6 +176,24 @@ struct Lanes16 : IntLanes {
                                      _mm256_cvtepi32_pd(_mm256_extracti128_si256(b.v, 1)));
     return _mm256_set_m128i(_mm256_cvttpd_epi32(hi), _mm256_cvttpd_epi32(lo));
   }
+  // Quotients n / den truncated, for several n by one den != 0: the
+  // reciprocal of |den| in double once, then for each n a product within
+  // one of the quotient and a step on the exact remainder.
+  struct Divisor {
+    V den, size;
+    __m256d r_lo, r_hi;
+    explicit Divisor(V d) : den(d), size(Abs(d)) {
+      r_lo = _mm256_div_pd(_mm256_set1_pd(1.0), _mm256_cvtepi32_pd(_mm256_castsi256_si128(size.v)));
+      r_hi = _mm256_div_pd(_mm256_set1_pd(1.0), _mm256_cvtepi32_pd(_mm256_extracti128_si256(size.v, 1)));
+    }
+    V operator()(V n) const {
+      const V a = Abs(n);
+      const __m128i lo = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(a.v)), r_lo));
+      const __m128i hi = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(a.v, 1)), r_hi));
+      return Signed(Correct(a, V(_mm256_set_m128i(hi, lo)), size), n, den);
+    }
+  };
+  static Divisor DivideBy(V den) { return Divisor(den); }
   // Entries i and i + 1 of the table at `base`, moved by a per-lane byte
   // offset, come from one 32-bit gather; d = 32768 reads entry 4096 alone,
   // through the pair below it.

@@ -5,7 +5,7 @@
 //
 // The formulas choose by Select rather than branch, so that they run on one
 // pixel (M = XferMath) or on vector lanes of several pixels (M a lane
-// arithmetic with the same functions, plus Quot, Narrow16 and Any).
+// arithmetic with the same functions, plus Quot and Any).
 #pragma once
 
 #include <type_traits>
@@ -25,11 +25,11 @@ struct XferRecolourMath {
   typedef decltype(T() < T()) B;
   static constexpr bool kLanes = !std::is_arithmetic_v<T>;
 
+  // From channels in range, every value these steps form at 8 bits stays
+  // within +-1024, so the wrap never acts; the lanes skip it.
   static VX_INLINE T Keep16(T v) {
-    if constexpr (!M::k8)
+    if constexpr (!M::k8 || kLanes)
       return v;
-    else if constexpr (kLanes)
-      return M::Narrow16(v);
     else
       return static_cast<int16_t>(v);
   }
@@ -39,6 +39,18 @@ struct XferRecolourMath {
       return M::Quot(a, b);
     else
       return a / b;
+  }
+  // Divides several numerators by one divisor den != 0, through the lane
+  // arithmetic's reciprocal form where it has one.
+  struct PlainDivisor {
+    T den;
+    VX_INLINE T operator()(T n) const { return Quot(n, den); }
+  };
+  static VX_INLINE auto DivideBy(T den) {
+    if constexpr (requires { M::DivideBy(den); })
+      return M::DivideBy(den);
+    else
+      return PlainDivisor{den};
   }
   static VX_INLINE bool Any(B b) {
     if constexpr (kLanes)
@@ -67,23 +79,42 @@ struct XferRecolourMath {
   // largest becomes sat exactly and the middle one is computed.
   //   r <= g: r > b: g r b;  g > b: g b r;  else b g r
   //   r > g:  g > b: r g b;  r > b: r b g;  else b r g
+  // At the integer depths it doesn't show: a middle channel tied with the
+  // largest becomes sat top / top = sat and one tied with the smallest 0,
+  // so there each channel's value follows from comparing it with the two.
   static VX_INLINE void SetSat(T* c, T sat) {
+    if constexpr (M::kFloat)
+      SetSatByRole(c, sat);
+    else
+      SetSatByValue(c, sat);
+  }
+  static VX_INLINE void SetSatByRole(T* c, T sat) {
     const T r = c[0], g = c[1], b = c[2];
     const B rg = r <= g, rb = r > b, gb = g > b;
     const B xr = !rg && rb, xg = rg && (rb || gb);
     const B zr = rg && !rb, zg = !rg && !gb;
     const B yr = !xr && !zr, yg = !xg && !zg;
     const T cz = M::Select(zr, r, M::Select(zg, g, b));
-    T top = Keep16(M::Select(xr, r, M::Select(xg, g, b)) - cz);
-    T mid = Keep16(M::Select(yr, r, M::Select(yg, g, b)) - cz);
+    T top = M::Select(xr, r, M::Select(xg, g, b)) - cz;
+    T mid = M::Select(yr, r, M::Select(yg, g, b)) - cz;
     const B some = top != T(0);
     if (Any(some)) {
-      mid = M::Select(some, Keep16(Quot(sat * mid, M::Select(some, top, T(1)))), mid);
-      top = M::Select(some, Keep16(sat), top);
+      mid = M::Select(some, Quot(sat * mid, M::Select(some, top, T(1))), mid);
+      top = M::Select(some, sat, top);
     }
     c[0] = M::Select(xr, top, M::Select(yr, mid, T(0)));
     c[1] = M::Select(xg, top, M::Select(yg, mid, T(0)));
     c[2] = M::Select(xr || xg, M::Select(yr || yg, T(0), mid), top);
+  }
+  // Channels and sat are in range here, so nothing leaves 16 bits.
+  static VX_INLINE void SetSatByValue(T* c, T sat) {
+    const T lo = Min3(c[0], c[1], c[2]), hi = Max3(c[0], c[1], c[2]);
+    const T top = hi - lo;
+    const B some = top != T(0);
+    const T mid = c[0] + c[1] + c[2] - lo - hi;
+    const T y = Quot(sat * (mid - lo), M::Select(some, top, T(1)));
+    const T x = M::Select(some, sat, T(0));
+    for (int i = 0; i < 3; ++i) c[i] = M::Select(c[i] == hi, x, M::Select(c[i] == lo, T(0), y));
   }
 
   // Moves c to luma L, then pulls channels outside 0..W back toward L.
@@ -94,15 +125,14 @@ struct XferRecolourMath {
     const T n = Min3(c[0], c[1], c[2]);
     const B low = n < T(0) && L - n != T(0);
     if (Any(low)) {
-      const T den = M::Select(low, L - n, T(1));
-      for (int i = 0; i < 3; ++i) c[i] = M::Select(low, Keep16(L + Quot((c[i] - L) * L, den)), c[i]);
+      const auto by = DivideBy(M::Select(low, L - n, T(1)));
+      for (int i = 0; i < 3; ++i) c[i] = M::Select(low, Keep16(L + by((c[i] - L) * L)), c[i]);
     }
     const T x = Max3(c[0], c[1], c[2]);
     const B high = x > T(M::kWhite) && x - L != T(0);
     if (Any(high)) {
-      const T den = M::Select(high, x - L, T(1));
-      for (int i = 0; i < 3; ++i)
-        c[i] = M::Select(high, Keep16(L + Quot((c[i] - L) * (T(M::kWhite) - L), den)), c[i]);
+      const auto by = DivideBy(M::Select(high, x - L, T(1)));
+      for (int i = 0; i < 3; ++i) c[i] = M::Select(high, Keep16(L + by((c[i] - L) * (T(M::kWhite) - L))), c[i]);
     }
   }
 

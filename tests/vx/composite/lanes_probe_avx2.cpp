@@ -22,3 +22,15 @@ void VXtest_SoftLight8Lanes(int32_t* out) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + d), Lanes8::SoftLightCurve((x & V(1)) == V(1), x).v);
   }
 }
+
+// Quotients by one divisor a lane, through the reciprocal forms of the
+// 8-bit (depth 8) or 16-bit lanes.
+void VXtest_DivisorLanes(int depth, const int32_t* n, const int32_t* d, int32_t* q, int32_t count) {
+  using vx::lanes::V;
+  for (int32_t i = 0; i + 8 <= count; i += 8) {
+    const V x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(n + i));
+    const V y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d + i));
+    const V r = depth == 8 ? vx::lanes::Lanes8::DivideBy(y)(x) : vx::lanes::Lanes16::DivideBy(y)(x);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(q + i), r.v);
+  }
+}
