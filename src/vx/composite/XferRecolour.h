@@ -65,6 +65,7 @@ struct XferRecolourMath {
 
   template <class P>
   static VX_INLINE void Load(const P& p, T* c) {
+    _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) c[i] = T(Colour(p, i));
   }
   static VX_INLINE T Luma(const T* c) { return M::luma(c[0], c[1], c[2]); }
@@ -114,6 +115,7 @@ struct XferRecolourMath {
     const T mid = c[0] + c[1] + c[2] - lo - hi;
     const T y = Quot(sat * (mid - lo), M::Select(some, top, T(1)));
     const T x = M::Select(some, sat, T(0));
+    _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) c[i] = M::Select(c[i] == hi, x, M::Select(c[i] == lo, T(0), y));
   }
 
@@ -121,17 +123,20 @@ struct XferRecolourMath {
   // Integer divisions truncate toward zero; a zero divisor skips the step.
   static VX_INLINE void SetLum(T* c, T L) {
     const T e = L - Luma(c);
+    _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) c[i] = Keep16(c[i] + e);
     const T n = Min3(c[0], c[1], c[2]);
     const B low = n < T(0) && L - n != T(0);
     if (Any(low)) {
       const auto by = DivideBy(M::Select(low, L - n, T(1)));
+      _Pragma("GCC unroll 3")
       for (int i = 0; i < 3; ++i) c[i] = M::Select(low, Keep16(L + by((c[i] - L) * L)), c[i]);
     }
     const T x = Max3(c[0], c[1], c[2]);
     const B high = x > T(M::kWhite) && x - L != T(0);
     if (Any(high)) {
       const auto by = DivideBy(M::Select(high, x - L, T(1)));
+      _Pragma("GCC unroll 3")
       for (int i = 0; i < 3; ++i) c[i] = M::Select(high, Keep16(L + by((c[i] - L) * (T(M::kWhite) - L))), c[i]);
     }
   }
@@ -140,6 +145,7 @@ struct XferRecolourMath {
   template <class P>
   static VX_INLINE void Mix(const T* c, T sa, B mixes, P& d) {
     const B full = sa == T(M::kWhite);
+    _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) {
       const T old = T(Colour(d, i));
       const T v = M::Select(mixes, M::Select(full, c[i], M::lerp(old, c[i], sa)), old);
