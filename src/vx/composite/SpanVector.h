@@ -4,6 +4,7 @@
 #pragma once
 
 #include "vx/Blend.h"
+#include "vx/LinearBlending.h"
 #include "vx/PixelTraits.h"
 #include "vx/Types.h"
 
@@ -59,3 +60,11 @@ VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode);
 // the package's own kernel and stages (a replaced slot keeps the stages).
 template <class Pixel>
 VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask);
+
+// Rows to linear light (8 and 16 bits to the 16-bit linear pixel) and back,
+// through the blending tables, eight pixels a step; each returns how many
+// leading pixels it converted (a multiple of eight), leaving the rest.
+template <class Pixel>
+int32_t VXp_ToLinearRow_AVX2(const VX_LinearBlendingTables& t, const Pixel* in, int32_t count, VX_Pixel16* out);
+template <class Pixel>
+int32_t VXp_FromLinearRow_AVX2(const VX_LinearBlendingTables& t, const VX_Pixel16* in, int32_t count, Pixel* out);

@@ -66,4 +66,43 @@ TYPED_TEST(VectorRows, MatchTheScalarKernels) {
   }
 }
 
+// The conversions to linear light and back on every stored value: rows of
+// every code through a clear source (the destination's round trip) and an
+// opaque one (the source's), with tables whose entries jump about and reach
+// white, so that a misread neighbour or sign shows. Vector against scalar.
+TEST(VectorRows, LinearConversionsMatchOnEveryValue) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  vxtest::Random r(43);
+  VX_LinearBlendingTables tables;
+  for (auto& e : tables.to_linear) e = static_cast<uint16_t>(r.Int(0, 32768));
+  for (auto& e : tables.from_linear) e = static_cast<uint16_t>(r.Int(0, 32768));
+  tables.to_linear[255] = tables.from_linear[4096] = 32768;
+  tables.to_linear_gamma = tables.from_linear_gamma = 1;
+  auto check = [&](auto pixel, int32_t values) {
+    typedef decltype(pixel) Pixel;
+    std::vector<Pixel> codes(static_cast<size_t>(values) + 5);
+    for (size_t i = 0; i < codes.size(); ++i) {
+      const auto v = static_cast<Ch<Pixel>>(i % static_cast<size_t>(values));
+      codes[i] = Pixel{v, v, static_cast<Ch<Pixel>>(values - 1 - v), static_cast<Ch<Pixel>>((v * 7 + 3) % values)};
+    }
+    for (const Ch<Pixel> a : {Ch<Pixel>(0), Ch<Pixel>(xt::kW<Pixel>)}) {
+      std::vector<Pixel> src(codes.size(), Pixel{a, 0, 0, 0});
+      const std::vector<Pixel>& dst = a ? std::vector<Pixel>(codes.size(), Pixel{}) : codes;
+      if (a) src = codes;
+      for (auto& p : src) p.alpha = a;
+      auto fast = dst, slow = dst;
+      ASSERT_EQ(st::Pipeline<Pixel>(XferOver, xt::kW<Pixel>, false, src, nullptr, fast, &tables, 5), 0);
+      {
+        vxtest::CPUScope scalar(0, 0, 0);
+        ASSERT_EQ(st::Pipeline<Pixel>(XferOver, xt::kW<Pixel>, false, src, nullptr, slow, &tables, 5), 0);
+      }
+      for (size_t i = 0; i < codes.size(); ++i)
+        ASSERT_TRUE(xt::Same(fast[i], slow[i])) << "source alpha " << int(a) << " pixel " << i << ": " << codes[i]
+                                               << ": vector " << fast[i] << " scalar " << slow[i];
+    }
+  };
+  check(VX_Pixel8{}, 256);
+  check(VX_Pixel16{}, 65536);
+}
+
 }  // namespace
