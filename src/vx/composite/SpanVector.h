@@ -23,11 +23,13 @@ VX_Err VXp_SpanOverDeep_AVX2(int32_t count, const Pixel* src, const Pixel* mask,
 VX_Err VXp_SpanCopy8_SSE2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                           bool keep_alpha, VX_Pixel8* dst);
 
-// The colours of an 8-bit matte-family mode on a flattened destination, from
-// the mode's own formula on vector lanes; null for other modes.
-typedef VX_Err (*VXp_SpanColoursProc8)(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
-                                       VX_Pixel8* dst);
-VXp_SpanColoursProc8 VXp_SpanMatteColours8_AVX2(int32_t mode);
+// The colours of a matte-family mode on a flattened destination, from the
+// mode's own formula on vector lanes; null for other modes.
+template <class Pixel>
+using VXp_SpanColoursProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
+                                       typename VX_PixelTraits<Pixel>::Channel opacity, Pixel* dst);
+template <class Pixel>
+VXp_SpanColoursProc<Pixel> VXp_SpanMatteColours_AVX2(int32_t mode);
 
 // The recolour modes at each depth on vector lanes, from the modes' own
 // formulas; with `behind` the behind stage runs first on the same pixels.
