@@ -243,15 +243,33 @@ struct LanesF {
   static VF Quot(VF a, VF b) { return a / b; }
   static VF luma(VF r, VF g, VF b) { return r * VF(0.299f) + g * VF(0.587f) + b * VF(0.114f); }
   static VF Luma(const LanePixel<VF>& p) { return luma(p.red, p.green, p.blue); }
-  static VF LookupF(const float* table, VF d) {
+  // The table's value at d in 0..1, interpolated between entries i and
+  // i + 1 of the 4097 at `base`, moved by a per-lane offset in entries. The
+  // pairs come from two gathers of four 64-bit values; d = 1 reads entry
+  // 4096 alone, through the pair below it.
+  static VF LookupFAt(const float* base, V offset, VF d) {
     const VF x = Select(d > VF(0.0f), Select(d > VF(1.0f), VF(1.0f), d), VF(0.0f));
     const VF u = x * VF(4096.0f);
     const __m256i i = _mm256_cvttps_epi32(u.v);
     const VF f = u - VF(_mm256_cvtepi32_ps(i));
-    const VF v = _mm256_i32gather_ps(table, i, 4);
-    const __m256i next = _mm256_min_epi32(_mm256_add_epi32(i, _mm256_set1_epi32(1)), _mm256_set1_epi32(4096));
-    const VF w = _mm256_i32gather_ps(table, next, 4);
-    return Select(f != VF(0.0f), v + (w - v) * f, v);
+    const __m256i at = _mm256_add_epi32(_mm256_min_epi32(i, _mm256_set1_epi32(4095)), offset.v);
+    const auto* pairs = reinterpret_cast<const long long*>(base);
+    const __m256 p0 = _mm256_castsi256_ps(_mm256_i32gather_epi64(pairs, _mm256_castsi256_si128(at), 4));
+    const __m256 p1 = _mm256_castsi256_ps(_mm256_i32gather_epi64(pairs, _mm256_extracti128_si256(at, 1), 4));
+    const VF a = _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(_mm256_shuffle_ps(p0, p1, 0x88)), 0xD8));
+    const VF b = _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(_mm256_shuffle_ps(p0, p1, 0xDD)), 0xD8));
+    const VF v = Select(V(i) == V(4096), b, a);
+    return Select(f != VF(0.0f), v + (b - v) * f, v);
+  }
+  static VF LookupF(const float* table, VF d) { return LookupFAt(table, V(0), d); }
+  // The soft-light curve each lane's source picks, as at 16 bits: one
+  // lookup, its dark lanes moved from table A to table B.
+  static VF SoftLightCurve(Mask dark, VF d) {
+    const intptr_t apart = (reinterpret_cast<intptr_t>(VXp_G_SoftLightB_F) -
+                            reinterpret_cast<intptr_t>(VXp_G_SoftLightA_F)) / intptr_t(sizeof(float));
+    if (apart > -(intptr_t(1) << 28) && apart < (intptr_t(1) << 28))
+      return LookupFAt(VXp_G_SoftLightA_F, V(dark.m) & V(static_cast<int32_t>(apart)), d);
+    return Select(dark, LookupF(VXp_G_SoftLightB_F, d), LookupF(VXp_G_SoftLightA_F, d));
   }
 };
 

@@ -56,7 +56,9 @@ struct XferOp<XferSoftLight, Pixel, M> {
 
   static VX_INLINE T F(T s, T d) {
     if constexpr (M::kFloat) {
-      return M::Select(s >= 0.5f, (2 * s - 1) * Lighten(d) + d, d - (1 - 2 * s) * Darken(d));
+      const auto light = s >= 0.5f;
+      const T c = Curve(!light, d);
+      return M::Select(light, (2 * s - 1) * c + d, d - (1 - 2 * s) * c);
     } else {
       const auto dark = s < M::kGrey;
       const T m = Amount(dark, s, d);
@@ -65,7 +67,9 @@ struct XferOp<XferSoftLight, Pixel, M> {
   }
   static VX_INLINE T P(T s, T sa, T d) {
     if constexpr (M::kFloat) {
-      return M::Select(s >= 0.5f, d + sa * ((2 * s - 1) * Lighten(d)), d - (1 - 2 * s) * Darken(d) * sa);
+      const auto light = s >= 0.5f;
+      const T c = Curve(!light, d);
+      return M::Select(light, d + sa * ((2 * s - 1) * c), d - (1 - 2 * s) * c * sa);
     } else {
       const auto dark = s < M::kGrey;
       const T m = M::mul(sa, Amount(dark, s, d));

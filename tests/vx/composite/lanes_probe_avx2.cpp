@@ -34,3 +34,15 @@ void VXtest_DivisorLanes(int depth, const int32_t* n, const int32_t* d, int32_t*
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(q + i), r.v);
   }
 }
+
+// The float soft-light curve each lane picks for d, dark where `dark` is
+// nonzero, eight values at a time.
+void VXtest_SoftLightFLanes(const float* d, const int32_t* dark, float* out, int32_t count) {
+  using vx::lanes::LanesF;
+  using vx::lanes::V;
+  for (int32_t i = 0; i + 8 <= count; i += 8) {
+    const V k = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dark + i));
+    const vx::lanes::VF x = _mm256_loadu_ps(d + i);
+    _mm256_storeu_ps(out + i, LanesF::SoftLightCurve(k != V(0), x).v);
+  }
+}

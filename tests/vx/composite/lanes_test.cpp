@@ -1,12 +1,14 @@
-// The lane forms that are not plain arithmetic: the 16-bit divide on vector
-// lanes (a float estimate with one correction step) against div16: every
-// numerator for a spread of divisors, including the largest, and random
-// pairs over the whole range.
+// The lane forms that are not plain arithmetic, each against its scalar
+// form: the 16-bit divide (a float estimate with one correction step), the
+// reciprocal divisors, and the soft-light curve lookups.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <random>
 #include <vector>
 
+#include "composite/XferCommon.h"
 #include "core/ChannelMath.h"
 #include "core/Internal.h"
 #include "support/TestWorlds.h"
@@ -105,6 +107,39 @@ TEST(LaneDivisor, TruncatesLikeIntegerDivision) {
         ADD_FAILURE() << "depth " << depth << ": " << n[i] << " / " << d[i] << " gave " << q[i];
         ++bad;
       }
+  }
+}
+
+}  // namespace
+
+void VXtest_SoftLightFLanes(const float* d, const int32_t* dark, float* out, int32_t count);
+
+namespace {
+
+// The float curve lanes against the per-pixel lookup: every table entry and
+// the points between, the ends and beyond them, NaN, each on both curves.
+TEST(LanesFSoftLight, EachLaneReadsItsCurve) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  std::vector<float> d;
+  for (int i = 0; i <= 4096; ++i) {
+    d.push_back(static_cast<float>(i) / 4096.0f);
+    d.push_back((static_cast<float>(i) + 0.37f) / 4096.0f);
+  }
+  for (float x : {-0.0f, -1.0f, 1.0f, std::nextafter(1.0f, 2.0f), 1.5f, 1e30f, std::nanf("")}) d.push_back(x);
+  while (d.size() % 16) d.push_back(0.5f);
+  std::vector<float> all(d.begin(), d.end());
+  all.insert(all.end(), d.begin(), d.end());
+  std::vector<int32_t> dark(all.size());
+  for (size_t i = 0; i < all.size(); ++i) dark[i] = i >= d.size() ? 1 : 0;
+  std::vector<float> out(all.size());
+  VXtest_SoftLightFLanes(all.data(), dark.data(), out.data(), static_cast<int32_t>(all.size()));
+  int bad = 0;
+  for (size_t i = 0; i < all.size() && bad < 5; ++i) {
+    const float want = vx::SoftLightLookupF(dark[i] ? VXp_G_SoftLightB_F : VXp_G_SoftLightA_F, all[i]);
+    if (std::memcmp(&want, &out[i], sizeof want) != 0) {
+      ADD_FAILURE() << "d " << all[i] << (dark[i] ? " dark" : " light") << ": " << out[i] << " not " << want;
+      ++bad;
+    }
   }
 }
 
