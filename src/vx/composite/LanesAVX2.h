@@ -359,6 +359,22 @@ struct PixelLanes<VX_PixelFloat> {
 };
 
 
+// Loads eight source pixels into s and gives their alpha scaled as the
+// scalar kernels scale it: by the opacity, then by the mask's alpha.
+template <bool Scale, bool HasMask, class Pixel, class T>
+inline T LoadScaledSource(const Pixel* src, const Pixel* mask, T opacity, T s[4]) {
+  typedef PixelLanes<Pixel> IO;
+  IO::Load(src, s);
+  T sa = s[0];
+  if constexpr (Scale) sa = IO::M::mul(sa, opacity);
+  if constexpr (HasMask) {
+    T m[4];
+    IO::Load(mask, m);
+    sa = IO::M::mul(sa, m[0]);
+  }
+  return sa;
+}
+
 // Lets a block lambda inline into the row loop, so that its constants stay
 // in registers across blocks.
 #define VX_INLINE_LAMBDA __attribute__((always_inline))

@@ -26,14 +26,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, P
   typedef typename M::T T;
   typedef vx::XferOp<Mode, Pixel, M> Op;
   T s[4], d[4];
-  IO::Load(src, s);
-  T sa = s[0];
-  if constexpr (Scale) sa = M::mul(sa, opacity);
-  if constexpr (HasMask) {
-    T m[4];
-    IO::Load(mask, m);
-    sa = M::mul(sa, m[0]);
-  }
+  const T sa = LoadScaledSource<Scale, HasMask>(src, mask, opacity, s);
   const Mask none = sa == T(0);
   if (All(none)) return;
   const Mask full = sa == T(M::kWhite);

@@ -19,14 +19,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, typename PixelLanes<Pi
   typedef typename IO::M M;
   typedef typename M::T T;
   T s[4], d[4];
-  IO::Load(src, s);
-  T sa = s[0];
-  if constexpr (Scale) sa = M::mul(sa, opacity);
-  if constexpr (HasMask) {
-    T m[4];
-    IO::Load(mask, m);
-    sa = M::mul(sa, m[0]);
-  }
+  const T sa = LoadScaledSource<Scale, HasMask>(src, mask, opacity, s);
   const Mask none = sa == T(0), full = sa == T(M::kWhite);
   if (All(none)) return;
   if (All(full)) {
