@@ -282,6 +282,7 @@ struct PixelLanes;
 template <>
 struct PixelLanes<VX_Pixel8> {
   typedef Lanes8 M;
+  static constexpr int32_t kPixels = 8;
   static void Load(const VX_Pixel8* p, V c[4]) {
     const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
     _Pragma("GCC unroll 4")
@@ -298,6 +299,7 @@ struct PixelLanes<VX_Pixel8> {
 template <>
 struct PixelLanes<VX_Pixel16> {
   typedef Lanes16 M;
+  static constexpr int32_t kPixels = 8;
   // Per 128 bits: two pixels a r g b -> a a r r g g b b; then four pixels'
   // channels gathered in 64-bit groups.
   static __m256i Group(__m256i x) {
@@ -327,6 +329,7 @@ struct PixelLanes<VX_Pixel16> {
 template <>
 struct PixelLanes<VX_PixelFloat> {
   typedef LanesF M;
+  static constexpr int32_t kPixels = 8;
   // A 4 x 4 transpose in each 128-bit half: pixels 0..3 below, 4..7 above.
   static void Transpose(__m256 x[4]) {
     const __m256 t0 = _mm256_unpacklo_ps(x[0], x[1]), t1 = _mm256_unpackhi_ps(x[0], x[1]);
@@ -384,23 +387,23 @@ inline T LoadScaledSource(const Pixel* src, const Pixel* mask, T opacity, T s[4]
 // with; at float 14.8 and 13.0 (AVX2, 2.25 GHz).
 constexpr int32_t kPrefetchBytes = 2048;
 
-// Runs block(src, mask, dst) on each run of eight pixels; the last few go
+// Runs block(src, mask, dst) on each run of N pixels; the last few go
 // through a padded block whose padding is zero (alpha 0). The mask is null
 // when there is none.
-template <class Pixel, class Block>
-inline void EachBlockOf8(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Block block) {
+template <int32_t N, class Pixel, class Block>
+inline void EachBlockOf(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Block block) {
   int32_t i = 0;
-  for (; i + 8 <= count; i += 8) {
+  for (; i + N <= count; i += N) {
     // Blocks that return early leave gaps in the destination stream, which
     // lose the hardware prefetcher; fetching ahead keeps later loads from
     // waiting on memory.
     _Pragma("GCC unroll 2")
-    for (size_t line = 0; line < 8 * sizeof(Pixel); line += 64)
+    for (size_t line = 0; line < N * sizeof(Pixel); line += 64)
       __builtin_prefetch(reinterpret_cast<const char*>(dst + i) + kPrefetchBytes + line, 1);
     block(src + i, mask ? mask + i : nullptr, dst + i);
   }
   if (i >= count) return;
-  Pixel s[8] = {}, m[8] = {}, d[8] = {};
+  Pixel s[N] = {}, m[N] = {}, d[N] = {};
   const int32_t n = count - i;
   for (int32_t j = 0; j < n; ++j) {
     s[j] = src[i + j];

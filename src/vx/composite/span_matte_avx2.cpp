@@ -47,7 +47,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, P
 
 template <class Pixel, int32_t Mode, bool Scale, bool HasMask>
 VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, Pixel* dst) {
-  EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
+  EachBlockOf<8>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
     Block<Pixel, Mode, Scale, HasMask>(s, m, opacity, d);
   });
   return VX_Err_None;

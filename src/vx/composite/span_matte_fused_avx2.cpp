@@ -2,8 +2,9 @@
 // in registers: flatten the destination, the mode's colours (its own XferOp
 // formula on lanes), merge the alpha, lift, and keep the old alpha when
 // asked. Each step is the pipeline's stage rule on lanes, so the result is
-// the staged pipeline's, bit for bit, at every depth.
-#include "composite/LanesAVX2.h"
+// the staged pipeline's, bit for bit, at every depth. 8-bit pixels go
+// sixteen a step on 16-bit lanes.
+#include "composite/LanesWordAVX2.h"
 #include "composite/ModeEntries.h"
 #include "composite/SpanVector.h"
 #include "composite/XferMatteModes.h"
@@ -57,23 +58,23 @@ struct LaneMatte<VX_XferFamily::GreyMatte, M> {
 
 // ---- one row ---------------------------------------------------------------
 
-template <class Pixel>
+template <class T>
 struct RowState {
-  typename PixelLanes<Pixel>::M::T opacity;
+  T opacity;
   bool merge;         // the alpha merge runs (opacity not 0)
   bool merge_scales;  // the merge scales by opacity (opacity below white)
   bool keep;          // the old alpha is restored
 };
 
-template <class Pixel, int32_t Mode, bool Scale, bool HasMask>
+// IO loads and stores a block of pixels as channel lanes of its arithmetic M.
+template <class Pixel, class IO, int32_t Mode, bool Scale, bool HasMask>
 struct Fused {
-  typedef PixelLanes<Pixel> IO;
   typedef typename IO::M M;
   typedef typename M::T T;
   typedef vx::XferOp<Mode, Pixel, M> Op;
   typedef LaneMatte<VX_XferFamilyOf(Mode), M> Kind;
 
-  static VX_INLINE void Block(const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
+  static VX_INLINE void Block(const Pixel* src, const Pixel* mask, const RowState<T>& row, Pixel* dst) {
     const T white(M::kWhite), zero(0);
     T s[4], d[4], m[4];
     IO::Load(src, s);
@@ -121,25 +122,38 @@ struct Fused {
     IO::Store(dst, d);
   }
 
-  static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<Pixel>& row, Pixel* dst) {
-    EachBlockOf8(count, src, mask, dst,
+  static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<T>& row, Pixel* dst) {
+    EachBlockOf<IO::kPixels>(count, src, mask, dst,
                  [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA { Block(s, m, row, d); });
     return VX_Err_None;
   }
 };
 
+// 8-bit pixels take the 16-bit lanes, except in exclusion, whose partial
+// form scales a signed difference.
+template <class Pixel, int32_t Mode>
+struct LanesFor {
+  typedef PixelLanes<Pixel> IO;
+};
+template <int32_t Mode>
+  requires(Mode != XferExclusion)
+struct LanesFor<VX_Pixel8, Mode> {
+  typedef WordPixels8 IO;
+};
+
 template <class Pixel, int32_t Mode>
 VX_Err Entry(int32_t count, const Pixel* src, const Pixel* mask, typename VX_PixelTraits<Pixel>::Channel opacity,
              bool keep_alpha, Pixel* dst) {
-  typedef typename PixelLanes<Pixel>::M M;
+  typedef typename LanesFor<Pixel, Mode>::IO IO;
+  typedef typename IO::M M;
   if (count <= 0) return VX_Err_None;
-  const RowState<Pixel> row{typename M::T(opacity), opacity != 0, opacity < M::kWhite, keep_alpha};
+  const RowState<typename M::T> row{typename M::T(opacity), opacity != 0, opacity < M::kWhite, keep_alpha};
   const bool scale = opacity != M::kWhite;
   if (mask)
-    return scale ? Fused<Pixel, Mode, true, true>::Run(count, src, mask, row, dst)
-                 : Fused<Pixel, Mode, false, true>::Run(count, src, mask, row, dst);
-  return scale ? Fused<Pixel, Mode, true, false>::Run(count, src, mask, row, dst)
-               : Fused<Pixel, Mode, false, false>::Run(count, src, mask, row, dst);
+    return scale ? Fused<Pixel, IO, Mode, true, true>::Run(count, src, mask, row, dst)
+                 : Fused<Pixel, IO, Mode, false, true>::Run(count, src, mask, row, dst);
+  return scale ? Fused<Pixel, IO, Mode, true, false>::Run(count, src, mask, row, dst)
+               : Fused<Pixel, IO, Mode, false, false>::Run(count, src, mask, row, dst);
 }
 
 }  // namespace

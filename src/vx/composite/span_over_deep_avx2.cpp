@@ -41,7 +41,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, typename PixelLanes<Pi
 
 template <class Pixel, bool Scale, bool HasMask>
 VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, typename PixelLanes<Pixel>::M::T opacity, Pixel* dst) {
-  EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
+  EachBlockOf<8>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
     Block<Pixel, Scale, HasMask>(s, m, opacity, d);
   });
   return VX_Err_None;

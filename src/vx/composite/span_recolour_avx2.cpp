@@ -74,7 +74,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
 
 template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
 VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
-  EachBlockOf8(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
+  EachBlockOf<8>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
     Block<Pixel, Mode, Scale, HasMask, Behind>(s, m, opacity, keep, d);
   });
   return VX_Err_None;

@@ -144,3 +144,37 @@ TEST(LanesFSoftLight, EachLaneReadsItsCurve) {
 }
 
 }  // namespace
+
+void VXtest_WordLanes8(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out, int32_t count);
+
+namespace {
+
+// The 16-bit-lane forms of the 8-bit primitives against the scalar ones on
+// every operand pair (and every lerp triple): the rounding of products near
+// 2^16 and of negative differences is where a narrower lane would slip.
+TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  std::vector<int16_t> a(65536), b(65536), c(65536), out(65536);
+  for (int32_t i = 0; i < 65536; ++i) {
+    a[i] = static_cast<int16_t>(i >> 8);
+    b[i] = static_cast<int16_t>(i & 0xFF);
+  }
+  const auto run = [&](int op) { VXtest_WordLanes8(op, a.data(), b.data(), c.data(), out.data(), 65536); };
+  run(0);
+  for (int32_t i = 0; i < 65536; ++i) ASSERT_EQ(out[i], vx::mul8(a[i], b[i])) << a[i] << " x " << b[i];
+  run(2);
+  for (int32_t i = 0; i < 65536; ++i) ASSERT_EQ(out[i], vx::dbl8(a[i] * b[i])) << a[i] << " x " << b[i];
+  run(3);
+  for (int32_t i = 0; i < 65536; ++i) ASSERT_EQ(out[i], vx::div8(a[i], b[i])) << b[i] << " / " << a[i];
+  for (int32_t alpha = 0; alpha < 256; ++alpha) {
+    std::fill(c.begin(), c.end(), static_cast<int16_t>(alpha));
+    run(1);
+    for (int32_t i = 0; i < 65536; ++i)
+      ASSERT_EQ(out[i], vx::lerp8(a[i], b[i], alpha)) << "lerp " << a[i] << " to " << b[i] << " by " << alpha;
+  }
+  run(4);
+  for (int32_t i = 0; i < 65536; ++i)
+    ASSERT_EQ(out[i], (b[i] ? VXp_G_SoftLightB_8 : VXp_G_SoftLightA_8)[a[i]]) << "curve at " << a[i];
+}
+
+}  // namespace
