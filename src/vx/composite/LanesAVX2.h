@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "core/ChannelMath.h"
 #include "vx/Globals.h"
 #include "vx/Types.h"
 
@@ -44,63 +45,63 @@ struct LanePixel {
   T alpha, red, green, blue;
 };
 
-inline V operator+(V a, V b) { return _mm256_add_epi32(a.v, b.v); }
-inline V operator-(V a, V b) { return _mm256_sub_epi32(a.v, b.v); }
-inline V operator*(V a, V b) { return _mm256_mullo_epi32(a.v, b.v); }
-inline V operator>>(V a, int n) { return _mm256_srai_epi32(a.v, n); }
-inline V operator<<(V a, int n) { return _mm256_slli_epi32(a.v, n); }
-inline V operator&(V a, V b) { return _mm256_and_si256(a.v, b.v); }
-inline Mask operator<(V a, V b) { return {_mm256_cmpgt_epi32(b.v, a.v)}; }
-inline Mask operator>(V a, V b) { return {_mm256_cmpgt_epi32(a.v, b.v)}; }
-inline Mask operator>=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(b.v, a.v), _mm256_set1_epi32(-1))}; }
-inline Mask operator<=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
-inline Mask operator==(V a, V b) { return {_mm256_cmpeq_epi32(a.v, b.v)}; }
-inline Mask operator!=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpeq_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
+VX_INLINE V operator+(V a, V b) { return _mm256_add_epi32(a.v, b.v); }
+VX_INLINE V operator-(V a, V b) { return _mm256_sub_epi32(a.v, b.v); }
+VX_INLINE V operator*(V a, V b) { return _mm256_mullo_epi32(a.v, b.v); }
+VX_INLINE V operator>>(V a, int n) { return _mm256_srai_epi32(a.v, n); }
+VX_INLINE V operator<<(V a, int n) { return _mm256_slli_epi32(a.v, n); }
+VX_INLINE V operator&(V a, V b) { return _mm256_and_si256(a.v, b.v); }
+VX_INLINE Mask operator<(V a, V b) { return {_mm256_cmpgt_epi32(b.v, a.v)}; }
+VX_INLINE Mask operator>(V a, V b) { return {_mm256_cmpgt_epi32(a.v, b.v)}; }
+VX_INLINE Mask operator>=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(b.v, a.v), _mm256_set1_epi32(-1))}; }
+VX_INLINE Mask operator<=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpgt_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
+VX_INLINE Mask operator==(V a, V b) { return {_mm256_cmpeq_epi32(a.v, b.v)}; }
+VX_INLINE Mask operator!=(V a, V b) { return {_mm256_xor_si256(_mm256_cmpeq_epi32(a.v, b.v), _mm256_set1_epi32(-1))}; }
 
-inline VF operator+(VF a, VF b) { return _mm256_add_ps(a.v, b.v); }
-inline VF operator-(VF a, VF b) { return _mm256_sub_ps(a.v, b.v); }
-inline VF operator*(VF a, VF b) { return _mm256_mul_ps(a.v, b.v); }
-inline VF operator/(VF a, VF b) { return _mm256_div_ps(a.v, b.v); }
-inline VF operator-(VF a) { return _mm256_xor_ps(a.v, _mm256_set1_ps(-0.0f)); }
+VX_INLINE VF operator+(VF a, VF b) { return _mm256_add_ps(a.v, b.v); }
+VX_INLINE VF operator-(VF a, VF b) { return _mm256_sub_ps(a.v, b.v); }
+VX_INLINE VF operator*(VF a, VF b) { return _mm256_mul_ps(a.v, b.v); }
+VX_INLINE VF operator/(VF a, VF b) { return _mm256_div_ps(a.v, b.v); }
+VX_INLINE VF operator-(VF a) { return _mm256_xor_ps(a.v, _mm256_set1_ps(-0.0f)); }
 // Ordered comparisons: false for NaN, as in C++.
-inline Mask Compare(__m256 c) { return {_mm256_castps_si256(c)}; }
-inline Mask operator<(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)); }
-inline Mask operator>(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_GT_OQ)); }
-inline Mask operator<=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)); }
-inline Mask operator>=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_GE_OQ)); }
-inline Mask operator==(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)); }
-inline Mask operator!=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_NEQ_UQ)); }
+VX_INLINE Mask Compare(__m256 c) { return {_mm256_castps_si256(c)}; }
+VX_INLINE Mask operator<(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)); }
+VX_INLINE Mask operator>(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_GT_OQ)); }
+VX_INLINE Mask operator<=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)); }
+VX_INLINE Mask operator>=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_GE_OQ)); }
+VX_INLINE Mask operator==(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)); }
+VX_INLINE Mask operator!=(VF a, VF b) { return Compare(_mm256_cmp_ps(a.v, b.v, _CMP_NEQ_UQ)); }
 
-inline Mask operator|(Mask a, Mask b) { return {_mm256_or_si256(a.m, b.m)}; }
-inline Mask operator&(Mask a, Mask b) { return {_mm256_and_si256(a.m, b.m)}; }
-inline Mask operator&&(Mask a, Mask b) { return a & b; }
-inline Mask operator||(Mask a, Mask b) { return a | b; }
-inline Mask operator!(Mask a) { return {_mm256_xor_si256(a.m, _mm256_set1_epi32(-1))}; }
-inline bool All(Mask a) { return _mm256_movemask_epi8(a.m) == -1; }
-inline bool None(Mask a) { return _mm256_testz_si256(a.m, a.m) != 0; }
+VX_INLINE Mask operator|(Mask a, Mask b) { return {_mm256_or_si256(a.m, b.m)}; }
+VX_INLINE Mask operator&(Mask a, Mask b) { return {_mm256_and_si256(a.m, b.m)}; }
+VX_INLINE Mask operator&&(Mask a, Mask b) { return a & b; }
+VX_INLINE Mask operator||(Mask a, Mask b) { return a | b; }
+VX_INLINE Mask operator!(Mask a) { return {_mm256_xor_si256(a.m, _mm256_set1_epi32(-1))}; }
+VX_INLINE bool All(Mask a) { return _mm256_movemask_epi8(a.m) == -1; }
+VX_INLINE bool None(Mask a) { return _mm256_testz_si256(a.m, a.m) != 0; }
 
-inline V Select(Mask c, V a, V b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
-inline VF Select(Mask c, VF a, VF b) { return _mm256_blendv_ps(b.v, a.v, _mm256_castsi256_ps(c.m)); }
+VX_INLINE V Select(Mask c, V a, V b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
+VX_INLINE VF Select(Mask c, VF a, VF b) { return _mm256_blendv_ps(b.v, a.v, _mm256_castsi256_ps(c.m)); }
 
 // What the integer depths share.
 struct IntLanes {
   typedef V T;
   static constexpr bool kFloat = false;
-  static V Min(V a, V b) { return _mm256_min_epi32(a.v, b.v); }
-  static V Max(V a, V b) { return _mm256_max_epi32(a.v, b.v); }
-  static V Abs(V a) { return _mm256_abs_epi32(a.v); }
-  static V Select(Mask c, V a, V b) { return lanes::Select(c, a, b); }
-  static bool Any(Mask m) { return !None(m); }
-  static V luma(V r, V g, V b) { return (r * V(9798) + g * V(19235) + b * V(3735) + V(16384)) >> 15; }
-  static V Luma(const LanePixel<V>& p) { return luma(p.red, p.green, p.blue); }
+  static VX_INLINE V Min(V a, V b) { return _mm256_min_epi32(a.v, b.v); }
+  static VX_INLINE V Max(V a, V b) { return _mm256_max_epi32(a.v, b.v); }
+  static VX_INLINE V Abs(V a) { return _mm256_abs_epi32(a.v); }
+  static VX_INLINE V Select(Mask c, V a, V b) { return lanes::Select(c, a, b); }
+  static VX_INLINE bool Any(Mask m) { return !None(m); }
+  static VX_INLINE V luma(V r, V g, V b) { return (r * V(9798) + g * V(19235) + b * V(3735) + V(16384)) >> 15; }
+  static VX_INLINE V Luma(const LanePixel<V>& p) { return luma(p.red, p.green, p.blue); }
   // q within one of a / den (a >= 0, den > 0) moved to the truncated
   // quotient by its remainder.
-  static V Correct(V a, V q, V den) {
+  static VX_INLINE V Correct(V a, V q, V den) {
     const V rem = a - q * den;
     return q + V((rem < V(0)).m) - V((rem >= den).m);
   }
   // |q| with the sign of n / den (den != 0).
-  static V Signed(V q, V n, V den) { return _mm256_sign_epi32(_mm256_sign_epi32(q.v, n.v), den.v); }
+  static VX_INLINE V Signed(V q, V n, V den) { return _mm256_sign_epi32(_mm256_sign_epi32(q.v, n.v), den.v); }
 };
 
 // 8 bits. The divide runs in float: for numerators below 2^16 the correctly
@@ -108,23 +109,23 @@ struct IntLanes {
 struct Lanes8 : IntLanes {
   static constexpr bool k8 = true, k16 = false;
   static constexpr int32_t kWhite = 255, kGrey = 128, kWhite2 = 256;
-  static V mul(V a, V b) {
+  static VX_INLINE V mul(V a, V b) {
     const V t = a * b + V(128);
     return (t + (t >> 8)) >> 8;
   }
-  static V inv(V a) { return V(255) - a; }
-  static V div(V a, V v) {
+  static VX_INLINE V inv(V a) { return V(255) - a; }
+  static VX_INLINE V div(V a, V v) {
     const V n = v * V(255) + (a >> 1);
     const __m256 q = _mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(a.v));
     return Select(v >= a, V(255), V(_mm256_cvttps_epi32(q)));
   }
-  static V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
-  static V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
-  static V Keep(V x) { return x & V(0xFF); }
+  static VX_INLINE V lerp(V d, V c, V a) { return (d + mul(c - d, a)) & V(0xFF); }
+  static VX_INLINE V dbl(V x) { return (((((x + V(128)) >> 8) + x + V(128)) >> 7) & V(~1)); }
+  static VX_INLINE V Keep(V x) { return x & V(0xFF); }
   // a / b truncated: every numerator is below 2^23 and numerator plus
   // divisor below 2^24, so the correctly rounded float quotient truncates
   // to the integer one.
-  static V Quot(V a, V b) {
+  static VX_INLINE V Quot(V a, V b) {
     return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)));
   }
   // Quotients n / den truncated, for several n by one den != 0: one divide
@@ -135,16 +136,16 @@ struct Lanes8 : IntLanes {
     VF r;
     explicit Divisor(V d)
         : den(d), size(Abs(d)), r(_mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_cvtepi32_ps(size.v))) {}
-    V operator()(V n) const {
+    VX_INLINE V operator()(V n) const {
       const V a = Abs(n);
       const V q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), r.v));
       return Signed(Correct(a, q, size), n, den);
     }
   };
-  static Divisor DivideBy(V den) { return Divisor(den); }
+  static VX_INLINE Divisor DivideBy(V den) { return Divisor(den); }
   // The soft-light curve each lane's source picks, x(1 - x) where dark and
   // D(x) - x elsewhere, from one gather over both tables.
-  static V SoftLightCurve(Mask dark, V d) {
+  static VX_INLINE V SoftLightCurve(Mask dark, V d) {
     const V index = (d & V(0xFF)) + (V(dark.m) & V(256));
     return _mm256_i32gather_epi32(VXp_G_SoftLightWide_8, index.v, 4);
   }
@@ -154,22 +155,22 @@ struct Lanes8 : IntLanes {
 struct Lanes16 : IntLanes {
   static constexpr bool k8 = false, k16 = true;
   static constexpr int32_t kWhite = 32768, kGrey = 16384, kWhite2 = 32768;
-  static V mul(V a, V b) { return (a * b + V(16383)) >> 15; }
-  static V inv(V a) { return V(32768) - a; }
+  static VX_INLINE V mul(V a, V b) { return (a * b + V(16383)) >> 15; }
+  static VX_INLINE V inv(V a) { return V(32768) - a; }
   // Below a the quotient is under 2^15 and the float estimate within one of
   // it; one step on the exact remainder corrects it.
-  static V div(V a, V v) {
+  static VX_INLINE V div(V a, V v) {
     const V n = (v << 15) + (a >> 1);
     V q = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(a.v)));
     const V r = n - q * a;
     q = Select(r < V(0), q - V(1), Select(r >= a, q + V(1), q));
     return Select(v >= a, V(32768), q);
   }
-  static V lerp(V d, V c, V a) { return d + (((c - d) * a) >> 15); }
-  static V dbl(V x) { return ((x + V(16383)) >> 14) & V(~1); }
-  static V Keep(V x) { return x & V(0xFFFF); }
+  static VX_INLINE V lerp(V d, V c, V a) { return d + (((c - d) * a) >> 15); }
+  static VX_INLINE V dbl(V x) { return ((x + V(16383)) >> 14) & V(~1); }
+  static VX_INLINE V Keep(V x) { return x & V(0xFFFF); }
   // a / b truncated, in double: exact for any int32 pair.
-  static V Quot(V a, V b) {
+  static VX_INLINE V Quot(V a, V b) {
     const __m256d lo = _mm256_div_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(a.v)),
                                      _mm256_cvtepi32_pd(_mm256_castsi256_si128(b.v)));
     const __m256d hi = _mm256_div_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(a.v, 1)),
@@ -186,18 +187,18 @@ struct Lanes16 : IntLanes {
       r_lo = _mm256_div_pd(_mm256_set1_pd(1.0), _mm256_cvtepi32_pd(_mm256_castsi256_si128(size.v)));
       r_hi = _mm256_div_pd(_mm256_set1_pd(1.0), _mm256_cvtepi32_pd(_mm256_extracti128_si256(size.v, 1)));
     }
-    V operator()(V n) const {
+    VX_INLINE V operator()(V n) const {
       const V a = Abs(n);
       const __m128i lo = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(a.v)), r_lo));
       const __m128i hi = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(a.v, 1)), r_hi));
       return Signed(Correct(a, V(_mm256_set_m128i(hi, lo)), size), n, den);
     }
   };
-  static Divisor DivideBy(V den) { return Divisor(den); }
+  static VX_INLINE Divisor DivideBy(V den) { return Divisor(den); }
   // Entries i and i + 1 of the table at `base`, moved by a per-lane byte
   // offset, come from one 32-bit gather; d = 32768 reads entry 4096 alone,
   // through the pair below it.
-  static V Lookup16At(const int16_t* base, V offset, V d) {
+  static VX_INLINE V Lookup16At(const int16_t* base, V offset, V d) {
     d = Min(d, V(32768));
     const V i = d >> 3, f = d & V(7);
     const V at = offset + (Min(i, V(4095)) << 1);
@@ -206,11 +207,11 @@ struct Lanes16 : IntLanes {
     const V v = Select(i == V(4096), hi, lo);
     return v + ((f * (hi - v) + V(4)) >> 3);
   }
-  static V Lookup16(const int16_t* table, V d) { return Lookup16At(table, V(0), d); }
+  static VX_INLINE V Lookup16(const int16_t* table, V d) { return Lookup16At(table, V(0), d); }
   // The soft-light curve each lane's source picks, x(1 - x) where dark and
   // D(x) - x elsewhere: one gather, its dark lanes moved from table A to
   // table B, when the two lie within an int32 offset of each other.
-  static V SoftLightCurve(Mask dark, V d) {
+  static VX_INLINE V SoftLightCurve(Mask dark, V d) {
     const intptr_t apart =
         reinterpret_cast<intptr_t>(VXp_G_SoftLightB_16) - reinterpret_cast<intptr_t>(VXp_G_SoftLightA_16);
     if (apart > -(intptr_t(1) << 30) && apart < (intptr_t(1) << 30))
@@ -224,30 +225,30 @@ struct LanesF {
   typedef VF T;
   static constexpr bool kFloat = true, k8 = false, k16 = false;
   static constexpr float kWhite = 1.0f, kGrey = 0.5f, kWhite2 = 1.0f;
-  static Mask Tiny(VF a) {
+  static VX_INLINE Mask Tiny(VF a) {
     const __m256i e = _mm256_and_si256(_mm256_castps_si256(a.v), _mm256_set1_epi32(0x7F800000));
     return {_mm256_cmpeq_epi32(e, _mm256_setzero_si256())};
   }
-  static VF mul(VF a, VF b) { return a * b; }
-  static VF inv(VF a) { return VF(1.0f) - a; }
-  static VF div(VF a, VF v) { return Select(Tiny(a), VF(1.0f), v / a); }
-  static VF lerp(VF d, VF c, VF a) { return d + (c - d) * a; }
-  static VF dbl(VF x) { return VF(2.0f) * x; }
-  static VF Keep(VF x) { return x; }
+  static VX_INLINE VF mul(VF a, VF b) { return a * b; }
+  static VX_INLINE VF inv(VF a) { return VF(1.0f) - a; }
+  static VX_INLINE VF div(VF a, VF v) { return Select(Tiny(a), VF(1.0f), v / a); }
+  static VX_INLINE VF lerp(VF d, VF c, VF a) { return d + (c - d) * a; }
+  static VX_INLINE VF dbl(VF x) { return VF(2.0f) * x; }
+  static VX_INLINE VF Keep(VF x) { return x; }
   // std::min and std::max: the first argument unless the second is beyond it.
-  static VF Min(VF a, VF b) { return _mm256_min_ps(b.v, a.v); }
-  static VF Max(VF a, VF b) { return _mm256_max_ps(b.v, a.v); }
-  static VF Abs(VF a) { return Select(a < VF(0.0f), -a, a); }
-  static VF Select(Mask c, VF a, VF b) { return lanes::Select(c, a, b); }
-  static bool Any(Mask m) { return !None(m); }
-  static VF Quot(VF a, VF b) { return a / b; }
-  static VF luma(VF r, VF g, VF b) { return r * VF(0.299f) + g * VF(0.587f) + b * VF(0.114f); }
-  static VF Luma(const LanePixel<VF>& p) { return luma(p.red, p.green, p.blue); }
+  static VX_INLINE VF Min(VF a, VF b) { return _mm256_min_ps(b.v, a.v); }
+  static VX_INLINE VF Max(VF a, VF b) { return _mm256_max_ps(b.v, a.v); }
+  static VX_INLINE VF Abs(VF a) { return Select(a < VF(0.0f), -a, a); }
+  static VX_INLINE VF Select(Mask c, VF a, VF b) { return lanes::Select(c, a, b); }
+  static VX_INLINE bool Any(Mask m) { return !None(m); }
+  static VX_INLINE VF Quot(VF a, VF b) { return a / b; }
+  static VX_INLINE VF luma(VF r, VF g, VF b) { return r * VF(0.299f) + g * VF(0.587f) + b * VF(0.114f); }
+  static VX_INLINE VF Luma(const LanePixel<VF>& p) { return luma(p.red, p.green, p.blue); }
   // The table's value at d in 0..1, interpolated between entries i and
   // i + 1 of the 4097 at `base`, moved by a per-lane offset in entries. The
   // pairs come from two gathers of four 64-bit values; d = 1 reads entry
   // 4096 alone, through the pair below it.
-  static VF LookupFAt(const float* base, V offset, VF d) {
+  static VX_INLINE VF LookupFAt(const float* base, V offset, VF d) {
     const VF x = Select(d > VF(0.0f), Select(d > VF(1.0f), VF(1.0f), d), VF(0.0f));
     const VF u = x * VF(4096.0f);
     const __m256i i = _mm256_cvttps_epi32(u.v);
@@ -261,10 +262,10 @@ struct LanesF {
     const VF v = Select(V(i) == V(4096), b, a);
     return Select(f != VF(0.0f), v + (b - v) * f, v);
   }
-  static VF LookupF(const float* table, VF d) { return LookupFAt(table, V(0), d); }
+  static VX_INLINE VF LookupF(const float* table, VF d) { return LookupFAt(table, V(0), d); }
   // The soft-light curve each lane's source picks, as at 16 bits: one
   // lookup, its dark lanes moved from table A to table B.
-  static VF SoftLightCurve(Mask dark, VF d) {
+  static VX_INLINE VF SoftLightCurve(Mask dark, VF d) {
     const intptr_t apart = (reinterpret_cast<intptr_t>(VXp_G_SoftLightB_F) -
                             reinterpret_cast<intptr_t>(VXp_G_SoftLightA_F)) / intptr_t(sizeof(float));
     if (apart > -(intptr_t(1) << 28) && apart < (intptr_t(1) << 28))
@@ -283,12 +284,12 @@ template <>
 struct PixelLanes<VX_Pixel8> {
   typedef Lanes8 M;
   static constexpr int32_t kPixels = 8;
-  static void Load(const VX_Pixel8* p, V c[4]) {
+  static VX_INLINE void Load(const VX_Pixel8* p, V c[4]) {
     const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
     _Pragma("GCC unroll 4")
     for (int k = 0; k < 4; ++k) c[k] = V(_mm256_srli_epi32(x, 8 * k)) & V(0xFF);
   }
-  static void Store(VX_Pixel8* p, const V c[4]) {
+  static VX_INLINE void Store(VX_Pixel8* p, const V c[4]) {
     __m256i x = c[0].v;
     _Pragma("GCC unroll 4")
     for (int k = 1; k < 4; ++k) x = _mm256_or_si256(x, _mm256_slli_epi32(c[k].v, 8 * k));
@@ -302,12 +303,12 @@ struct PixelLanes<VX_Pixel16> {
   static constexpr int32_t kPixels = 8;
   // Per 128 bits: two pixels a r g b -> a a r r g g b b; then four pixels'
   // channels gathered in 64-bit groups.
-  static __m256i Group(__m256i x) {
+  static VX_INLINE __m256i Group(__m256i x) {
     const __m256i by_channel = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, 0, 1, 8, 9, 2,
                                                 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
     return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(x, by_channel), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
   }
-  static void Load(const VX_Pixel16* p, V c[4]) {
+  static VX_INLINE void Load(const VX_Pixel16* p, V c[4]) {
     const __m256i lo = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
     const __m256i hi = Group(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 4)));
     const __m256i ag = _mm256_unpacklo_epi64(lo, hi), rb = _mm256_unpackhi_epi64(lo, hi);
@@ -316,7 +317,7 @@ struct PixelLanes<VX_Pixel16> {
     c[2] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(ag, 1));
     c[3] = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(rb, 1));
   }
-  static void Store(VX_Pixel16* p, const V c[4]) {
+  static VX_INLINE void Store(VX_Pixel16* p, const V c[4]) {
     // Values are already kept to 16 bits, so the unsigned pack doesn't clamp.
     const __m256i ar = _mm256_packus_epi32(c[0].v, c[1].v), gb = _mm256_packus_epi32(c[2].v, c[3].v);
     const __m256i ag = _mm256_unpacklo_epi16(ar, gb), rb = _mm256_unpackhi_epi16(ar, gb);
@@ -331,7 +332,7 @@ struct PixelLanes<VX_PixelFloat> {
   typedef LanesF M;
   static constexpr int32_t kPixels = 8;
   // A 4 x 4 transpose in each 128-bit half: pixels 0..3 below, 4..7 above.
-  static void Transpose(__m256 x[4]) {
+  static VX_INLINE void Transpose(__m256 x[4]) {
     const __m256 t0 = _mm256_unpacklo_ps(x[0], x[1]), t1 = _mm256_unpackhi_ps(x[0], x[1]);
     const __m256 t2 = _mm256_unpacklo_ps(x[2], x[3]), t3 = _mm256_unpackhi_ps(x[2], x[3]);
     x[0] = _mm256_shuffle_ps(t0, t2, 0x44);
@@ -339,7 +340,7 @@ struct PixelLanes<VX_PixelFloat> {
     x[2] = _mm256_shuffle_ps(t1, t3, 0x44);
     x[3] = _mm256_shuffle_ps(t1, t3, 0xEE);
   }
-  static void Load(const VX_PixelFloat* p, VF c[4]) {
+  static VX_INLINE void Load(const VX_PixelFloat* p, VF c[4]) {
     const float* f = &p->alpha;
     __m256 x[4];
     _Pragma("GCC unroll 4")
@@ -349,7 +350,7 @@ struct PixelLanes<VX_PixelFloat> {
     _Pragma("GCC unroll 4")
     for (int k = 0; k < 4; ++k) c[k] = x[k];
   }
-  static void Store(VX_PixelFloat* p, const VF c[4]) {
+  static VX_INLINE void Store(VX_PixelFloat* p, const VF c[4]) {
     float* f = &p->alpha;
     __m256 x[4] = {c[0].v, c[1].v, c[2].v, c[3].v};
     Transpose(x);
@@ -365,7 +366,7 @@ struct PixelLanes<VX_PixelFloat> {
 // Loads eight source pixels into s and gives their alpha scaled as the
 // scalar kernels scale it: by the opacity, then by the mask's alpha.
 template <bool Scale, bool HasMask, class Pixel, class T>
-inline T LoadScaledSource(const Pixel* src, const Pixel* mask, T opacity, T s[4]) {
+VX_INLINE T LoadScaledSource(const Pixel* src, const Pixel* mask, T opacity, T s[4]) {
   typedef PixelLanes<Pixel> IO;
   IO::Load(src, s);
   T sa = s[0];
@@ -391,7 +392,7 @@ constexpr int32_t kPrefetchBytes = 2048;
 // through a padded block whose padding is zero (alpha 0). The mask is null
 // when there is none.
 template <int32_t N, class Pixel, class Block>
-inline void EachBlockOf(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Block block) {
+VX_INLINE void EachBlockOf(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Block block) {
   int32_t i = 0;
   for (; i + N <= count; i += N) {
     // Blocks that return early leave gaps in the destination stream, which

@@ -21,41 +21,41 @@ struct W {
   W(int32_t c) : v(_mm256_set1_epi16(static_cast<int16_t>(c))) {}
 };
 
-inline W operator+(W a, W b) { return _mm256_add_epi16(a.v, b.v); }
-inline W operator-(W a, W b) { return _mm256_sub_epi16(a.v, b.v); }
-inline W operator*(W a, W b) { return _mm256_mullo_epi16(a.v, b.v); }
-inline W operator&(W a, W b) { return _mm256_and_si256(a.v, b.v); }
-inline Mask operator<(W a, W b) { return {_mm256_cmpgt_epi16(b.v, a.v)}; }
-inline Mask operator>(W a, W b) { return {_mm256_cmpgt_epi16(a.v, b.v)}; }
-inline Mask operator>=(W a, W b) { return !(a < b); }
-inline Mask operator<=(W a, W b) { return !(a > b); }
-inline Mask operator==(W a, W b) { return {_mm256_cmpeq_epi16(a.v, b.v)}; }
-inline Mask operator!=(W a, W b) { return !(a == b); }
-inline W Select(Mask c, W a, W b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
+VX_INLINE W operator+(W a, W b) { return _mm256_add_epi16(a.v, b.v); }
+VX_INLINE W operator-(W a, W b) { return _mm256_sub_epi16(a.v, b.v); }
+VX_INLINE W operator*(W a, W b) { return _mm256_mullo_epi16(a.v, b.v); }
+VX_INLINE W operator&(W a, W b) { return _mm256_and_si256(a.v, b.v); }
+VX_INLINE Mask operator<(W a, W b) { return {_mm256_cmpgt_epi16(b.v, a.v)}; }
+VX_INLINE Mask operator>(W a, W b) { return {_mm256_cmpgt_epi16(a.v, b.v)}; }
+VX_INLINE Mask operator>=(W a, W b) { return !(a < b); }
+VX_INLINE Mask operator<=(W a, W b) { return !(a > b); }
+VX_INLINE Mask operator==(W a, W b) { return {_mm256_cmpeq_epi16(a.v, b.v)}; }
+VX_INLINE Mask operator!=(W a, W b) { return !(a == b); }
+VX_INLINE W Select(Mask c, W a, W b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
 
 // The lanes as two int32 vectors, sign-extended: per 128 bits, words 0-3
 // go below and 4-7 above. Join puts them back (saturating beyond int16).
-inline void Split(W x, V& lo, V& hi) {
+VX_INLINE void Split(W x, V& lo, V& hi) {
   const __m256i sign = _mm256_srai_epi16(x.v, 15);
   lo = _mm256_unpacklo_epi16(x.v, sign);
   hi = _mm256_unpackhi_epi16(x.v, sign);
 }
-inline W Join(V lo, V hi) { return _mm256_packs_epi32(lo.v, hi.v); }
+VX_INLINE W Join(V lo, V hi) { return _mm256_packs_epi32(lo.v, hi.v); }
 
 struct Lanes8W {
   typedef W T;
   static constexpr bool kFloat = false, k8 = true, k16 = false;
   static constexpr int32_t kWhite = 255, kGrey = 128, kWhite2 = 256;
-  static W Min(W a, W b) { return _mm256_min_epi16(a.v, b.v); }
-  static W Max(W a, W b) { return _mm256_max_epi16(a.v, b.v); }
-  static W Abs(W a) { return _mm256_abs_epi16(a.v); }
-  static W Select(Mask c, W a, W b) { return lanes::Select(c, a, b); }
-  static bool Any(Mask m) { return !None(m); }
+  static VX_INLINE W Min(W a, W b) { return _mm256_min_epi16(a.v, b.v); }
+  static VX_INLINE W Max(W a, W b) { return _mm256_max_epi16(a.v, b.v); }
+  static VX_INLINE W Abs(W a) { return _mm256_abs_epi16(a.v); }
+  static VX_INLINE W Select(Mask c, W a, W b) { return lanes::Select(c, a, b); }
+  static VX_INLINE bool Any(Mask m) { return !None(m); }
   // (t + (t >> 8)) >> 8 on an unsigned lane.
-  static W Round(W t) { return _mm256_srli_epi16(_mm256_add_epi16(t.v, _mm256_srli_epi16(t.v, 8)), 8); }
-  static W mul(W a, W b) { return Round(a * b + W(128)); }
-  static W inv(W a) { return W(255) - a; }
-  static W div(W a, W v) {
+  static VX_INLINE W Round(W t) { return _mm256_srli_epi16(_mm256_add_epi16(t.v, _mm256_srli_epi16(t.v, 8)), 8); }
+  static VX_INLINE W mul(W a, W b) { return Round(a * b + W(128)); }
+  static VX_INLINE W inv(W a) { return W(255) - a; }
+  static VX_INLINE W div(W a, W v) {
     V al, ah, vl, vh;
     Split(a, al, ah);
     Split(v, vl, vh);
@@ -64,18 +64,18 @@ struct Lanes8W {
   // The difference c - d is signed. The int32 form's arithmetic shifts
   // round a product -p as -((w + (w >> 8)) >> 8) with w = p + 127, so the
   // magnitude rounds like mul with 127 in place of 128.
-  static W lerp(W d, W c, W a) {
+  static VX_INLINE W lerp(W d, W c, W a) {
     const W x = c - d;
     const W r = Round(Abs(x) * a + W(128) + W(_mm256_srai_epi16(x.v, 15)));
     return (d + W(_mm256_sign_epi16(r.v, x.v))) & W(0xFF);
   }
   // x is a product of two channels.
-  static W dbl(W x) {
+  static VX_INLINE W dbl(W x) {
     const W t = x + W(128);
     return W(_mm256_srli_epi16((t + W(_mm256_srli_epi16(t.v, 8))).v, 7)) & W(~1);
   }
-  static W Keep(W x) { return x & W(0xFF); }
-  static W SoftLightCurve(Mask dark, W d) {
+  static VX_INLINE W Keep(W x) { return x & W(0xFF); }
+  static VX_INLINE W SoftLightCurve(Mask dark, W d) {
     V dl, dh, kl, kh;
     Split(d, dl, dh);
     Split(W(dark.m), kl, kh);
@@ -90,13 +90,13 @@ struct WordPixels8 {
   typedef Lanes8W M;
   static constexpr int32_t kPixels = 16;
   // Per 128 bits, four pixels a r g b to a a a a r r r r ..., and back.
-  static __m256i Transpose(__m256i x) {
+  static VX_INLINE __m256i Transpose(__m256i x) {
     const __m256i order =
         _mm256_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3,
                          7, 11, 15);
     return _mm256_shuffle_epi8(x, order);
   }
-  static void Load(const VX_Pixel8* p, W c[4]) {
+  static VX_INLINE void Load(const VX_Pixel8* p, W c[4]) {
     const __m256i y0 = Transpose(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
     const __m256i y1 = Transpose(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 8)));
     const __m256i ar = _mm256_unpacklo_epi32(y0, y1), gb = _mm256_unpackhi_epi32(y0, y1);
@@ -107,7 +107,7 @@ struct WordPixels8 {
     c[3] = _mm256_unpackhi_epi8(gb, zero);
   }
   // Values are already kept to 8 bits.
-  static void Store(VX_Pixel8* p, const W c[4]) {
+  static VX_INLINE void Store(VX_Pixel8* p, const W c[4]) {
     const __m256i ar = _mm256_packus_epi16(c[0].v, c[1].v), gb = _mm256_packus_epi16(c[2].v, c[3].v);
     const __m256i t0 = _mm256_unpacklo_epi32(ar, gb), t1 = _mm256_unpackhi_epi32(ar, gb);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), Transpose(_mm256_unpacklo_epi32(t0, t1)));

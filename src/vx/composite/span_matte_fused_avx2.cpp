@@ -22,38 +22,38 @@ struct LaneMatte;
 template <class M>
 struct LaneMatte<VX_XferFamily::BlackMatte, M> {
   typedef typename M::T T;
-  static T Flatten(T c, T a) { return M::mul(c, a); }
+  static VX_INLINE T Flatten(T c, T a) { return M::mul(c, a); }
   // A transparent pixel becomes all zero.
-  static T Lift(T c, T a) {
+  static VX_INLINE T Lift(T c, T a) {
     if constexpr (M::kFloat)
       return M::Select(a == T(0), T(0), c / a);
     else
       return M::Select(a == T(0), T(0), M::div(a, c));
   }
-  static T LiftAlpha(T a) { return M::Select(a == T(0), T(0), a); }
+  static VX_INLINE T LiftAlpha(T a) { return M::Select(a == T(0), T(0), a); }
 };
 
 template <class M>
 struct LaneMatte<VX_XferFamily::WhiteMatte, M> {
   typedef typename M::T T;
-  static T Flatten(T c, T a) { return M::inv(M::mul(M::inv(c), a)); }
-  static T Lift(T c, T a) { return M::inv(M::div(a, M::inv(c))); }
-  static T LiftAlpha(T a) { return a; }
+  static VX_INLINE T Flatten(T c, T a) { return M::inv(M::mul(M::inv(c), a)); }
+  static VX_INLINE T Lift(T c, T a) { return M::inv(M::div(a, M::inv(c))); }
+  static VX_INLINE T LiftAlpha(T a) { return a; }
 };
 
 template <class M>
 struct LaneMatte<VX_XferFamily::GreyMatte, M> {
   typedef typename M::T T;
-  static T Flatten(T c, T a) {
+  static VX_INLINE T Flatten(T c, T a) {
     const T g(M::kGrey);
     return M::Select(c >= g, g + M::mul(c - g, a), c + M::mul(M::inv(a), g - c));
   }
-  static T Lift(T c, T a) {
+  static VX_INLINE T Lift(T c, T a) {
     const T g(M::kGrey);
     const T up = M::div(a, c - g), down = M::div(a, g - c);
     return M::Select(c >= g, M::Select(up < g, g + up, T(M::kWhite)), M::Select(down < g, g - down, T(0)));
   }
-  static T LiftAlpha(T a) { return a; }
+  static VX_INLINE T LiftAlpha(T a) { return a; }
 };
 
 // ---- one row ---------------------------------------------------------------

@@ -21,17 +21,17 @@ struct IO {
   typedef PixelLanes<Pixel> P;
   typedef typename P::M L;
   typedef typename L::T T;
-  static void Load(const Pixel* p, LanePixel<T>& q) {
+  static VX_INLINE void Load(const Pixel* p, LanePixel<T>& q) {
     T c[4];
     P::Load(p, c);
     q = {c[0], c[1], c[2], c[3]};
   }
-  static T Alpha(const Pixel* p) {
+  static VX_INLINE T Alpha(const Pixel* p) {
     T c[4];
     P::Load(p, c);
     return c[0];
   }
-  static void Store(const LanePixel<T>& q, Pixel* p) {
+  static VX_INLINE void Store(const LanePixel<T>& q, Pixel* p) {
     const T c[4] = {L::Keep(q.alpha), L::Keep(q.red), L::Keep(q.green), L::Keep(q.blue)};
     P::Store(p, c);
   }
