@@ -34,13 +34,16 @@ VX_INLINE Mask operator!=(W a, W b) { return !(a == b); }
 VX_INLINE W Select(Mask c, W a, W b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
 
 // The lanes as two int32 vectors, sign-extended: per 128 bits, words 0-3
-// go below and 4-7 above. Join puts them back (saturating beyond int16).
-VX_INLINE void Split(W x, V& lo, V& hi) {
-  const __m256i sign = _mm256_srai_epi16(x.v, 15);
-  lo = _mm256_unpacklo_epi16(x.v, sign);
-  hi = _mm256_unpackhi_epi16(x.v, sign);
-}
+// go to Lower and 4-7 to Upper, which hold pixels 0-7 and 8-15 of a block
+// of WordPixels8. Join puts them back (saturating beyond int16).
+VX_INLINE V Lower(W x) { return _mm256_unpacklo_epi16(x.v, _mm256_srai_epi16(x.v, 15)); }
+VX_INLINE V Upper(W x) { return _mm256_unpackhi_epi16(x.v, _mm256_srai_epi16(x.v, 15)); }
 VX_INLINE W Join(V lo, V hi) { return _mm256_packs_epi32(lo.v, hi.v); }
+// f applied to the int32 halves of the operands.
+template <class F, class... Ws>
+VX_INLINE W OnHalves(F f, Ws... x) {
+  return Join(f(Lower(x)...), f(Upper(x)...));
+}
 
 struct Lanes8W {
   typedef W T;
@@ -56,10 +59,7 @@ struct Lanes8W {
   static VX_INLINE W mul(W a, W b) { return Round(a * b + W(128)); }
   static VX_INLINE W inv(W a) { return W(255) - a; }
   static VX_INLINE W div(W a, W v) {
-    V al, ah, vl, vh;
-    Split(a, al, ah);
-    Split(v, vl, vh);
-    return Join(Lanes8::div(al, vl), Lanes8::div(ah, vh));
+    return OnHalves([](V x, V y) VX_INLINE_LAMBDA { return Lanes8::div(x, y); }, a, v);
   }
   // The difference c - d is signed. The int32 form's arithmetic shifts
   // round a product -p as -((w + (w >> 8)) >> 8) with w = p + 127, so the
@@ -76,11 +76,32 @@ struct Lanes8W {
   }
   static VX_INLINE W Keep(W x) { return x & W(0xFF); }
   static VX_INLINE W SoftLightCurve(Mask dark, W d) {
-    V dl, dh, kl, kh;
-    Split(d, dl, dh);
-    Split(W(dark.m), kl, kh);
-    return Join(Lanes8::SoftLightCurve(Mask(kl.v), dl), Lanes8::SoftLightCurve(Mask(kh.v), dh));
+    return OnHalves([](V k, V x) VX_INLINE_LAMBDA { return Lanes8::SoftLightCurve(Mask(k.v), x); }, W(dark.m), d);
   }
+
+  // The recolour steps. Colours there reach +-1024, so luma's weighted sum
+  // and the products that are divided are formed on the int32 halves.
+  static VX_INLINE W luma(W r, W g, W b) {
+    const __m256i rg = _mm256_set1_epi32((19235 << 16) | 9798), bk = _mm256_set1_epi32((16384 << 16) | 3735);
+    const auto half = [&](__m256i x, __m256i y) VX_INLINE_LAMBDA {
+      return V(_mm256_add_epi32(_mm256_madd_epi16(x, rg), _mm256_madd_epi16(y, bk))) >> 15;
+    };
+    const __m256i one = _mm256_set1_epi16(1);
+    return Join(half(_mm256_unpacklo_epi16(r.v, g.v), _mm256_unpacklo_epi16(b.v, one)),
+                half(_mm256_unpackhi_epi16(r.v, g.v), _mm256_unpackhi_epi16(b.v, one)));
+  }
+  static VX_INLINE W Luma(const LanePixel<W>& p) { return luma(p.red, p.green, p.blue); }
+  // a x b / den truncated.
+  static VX_INLINE W ScaledQuot(W a, W b, W den) {
+    return OnHalves([](V x, V y, V z) VX_INLINE_LAMBDA { return Lanes8::Quot(x * y, z); }, a, b, den);
+  }
+  // Products a x b divided by one den != 0, through the int32 halves' reciprocals.
+  struct Divisor {
+    Lanes8::Divisor lo, hi;
+    explicit Divisor(W d) : lo(Lower(d)), hi(Upper(d)) {}
+    VX_INLINE W Scaled(W a, W b) const { return Join(lo(Lower(a) * Lower(b)), hi(Upper(a) * Upper(b))); }
+  };
+  static VX_INLINE Divisor DivideBy(W den) { return Divisor(den); }
 };
 
 // Sixteen 8-bit pixels to four channel vectors of 16-bit lanes and back.
@@ -91,10 +112,8 @@ struct WordPixels8 {
   static constexpr int32_t kPixels = 16;
   // Per 128 bits, four pixels a r g b to a a a a r r r r ..., and back.
   static VX_INLINE __m256i Transpose(__m256i x) {
-    const __m256i order =
-        _mm256_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3,
-                         7, 11, 15);
-    return _mm256_shuffle_epi8(x, order);
+    const __m128i order = _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    return _mm256_shuffle_epi8(x, _mm256_broadcastsi128_si256(order));
   }
   static VX_INLINE void Load(const VX_Pixel8* p, W c[4]) {
     const __m256i y0 = Transpose(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));

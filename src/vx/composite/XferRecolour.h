@@ -52,6 +52,20 @@ struct XferRecolourMath {
     else
       return PlainDivisor{den};
   }
+  // a x b / den, truncated; lane forms may form the product wider than T.
+  static VX_INLINE T ScaledQuot(T a, T b, T den) {
+    if constexpr (requires { M::ScaledQuot(a, b, den); })
+      return M::ScaledQuot(a, b, den);
+    else
+      return Quot(a * b, den);
+  }
+  template <class D>
+  static VX_INLINE T Scaled(const D& by, T a, T b) {
+    if constexpr (requires { by.Scaled(a, b); })
+      return by.Scaled(a, b);
+    else
+      return by(a * b);
+  }
   static VX_INLINE bool Any(B b) {
     if constexpr (kLanes)
       return M::Any(b);
@@ -113,7 +127,7 @@ struct XferRecolourMath {
     const T top = hi - lo;
     const B some = top != T(0);
     const T mid = c[0] + c[1] + c[2] - lo - hi;
-    const T y = Quot(sat * (mid - lo), M::Select(some, top, T(1)));
+    const T y = ScaledQuot(sat, mid - lo, M::Select(some, top, T(1)));
     const T x = M::Select(some, sat, T(0));
     _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) c[i] = M::Select(c[i] == hi, x, M::Select(c[i] == lo, T(0), y));
@@ -130,14 +144,14 @@ struct XferRecolourMath {
     if (Any(low)) {
       const auto by = DivideBy(M::Select(low, L - n, T(1)));
       _Pragma("GCC unroll 3")
-      for (int i = 0; i < 3; ++i) c[i] = M::Select(low, Keep16(L + by((c[i] - L) * L)), c[i]);
+      for (int i = 0; i < 3; ++i) c[i] = M::Select(low, Keep16(L + Scaled(by, c[i] - L, L)), c[i]);
     }
     const T x = Max3(c[0], c[1], c[2]);
     const B high = x > T(M::kWhite) && x - L != T(0);
     if (Any(high)) {
       const auto by = DivideBy(M::Select(high, x - L, T(1)));
       _Pragma("GCC unroll 3")
-      for (int i = 0; i < 3; ++i) c[i] = M::Select(high, Keep16(L + by((c[i] - L) * (T(M::kWhite) - L))), c[i]);
+      for (int i = 0; i < 3; ++i) c[i] = M::Select(high, Keep16(L + Scaled(by, c[i] - L, T(M::kWhite) - L)), c[i]);
     }
   }
 

@@ -1,11 +1,12 @@
-// The recolour modes, eight pixels a step at each depth: the modes' own
-// formulas (XferOp::Triple and XferRecolourMath) run on lanes of 8 x int32
-// or 8 x float, one channel of eight pixels a lane vector.
+// The recolour modes on vector lanes: the modes' own formulas
+// (XferOp::Triple and XferRecolourMath) run on 16 x int16 lanes at 8 bits
+// and on 8 x int32 or 8 x float lanes at 16 bits and float, one channel of
+// a block of pixels a lane vector.
 //
 // Quotients are exact: see Quot in LanesAVX2.h.
 #include <immintrin.h>
 
-#include "composite/LanesAVX2.h"
+#include "composite/LanesWordAVX2.h"
 #include "composite/ModeEntries.h"
 #include "composite/SpanKernels.h"
 #include "composite/SpanVector.h"
@@ -14,13 +15,23 @@ namespace {
 
 using namespace vx::lanes;
 
-// Pixels as channel lanes; stores keep each channel to its bits first, as
-// the scalar stores do.
+// Pixels as channel lanes, 8-bit ones sixteen a block on 16-bit lanes;
+// stores keep each channel to its bits first, as the scalar stores do.
+template <class Pixel>
+struct LanesOf {
+  typedef PixelLanes<Pixel> P;
+};
+template <>
+struct LanesOf<VX_Pixel8> {
+  typedef WordPixels8 P;
+};
+
 template <class Pixel>
 struct IO {
-  typedef PixelLanes<Pixel> P;
+  typedef typename LanesOf<Pixel>::P P;
   typedef typename P::M L;
   typedef typename L::T T;
+  static constexpr int32_t kPixels = P::kPixels;
   static VX_INLINE void Load(const Pixel* p, LanePixel<T>& q) {
     T c[4];
     P::Load(p, c);
@@ -35,12 +46,21 @@ struct IO {
     const T c[4] = {L::Keep(q.alpha), L::Keep(q.red), L::Keep(q.green), L::Keep(q.blue)};
     P::Store(p, c);
   }
+  // The lanes' values in pixel order.
+  static VX_INLINE void Spill(T x, typename vx::Arith<Pixel>::T* out) {
+    if constexpr (std::is_same_v<T, W>) {
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), Lower(x).v);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 8), Upper(x).v);
+    } else {
+      std::memcpy(out, &x.v, sizeof x.v);
+    }
+  }
 };
 
 template <class Pixel>
 using Lane = typename IO<Pixel>::L::T;
 
-// Eight pixels: the source alpha after opacity and mask, the behind stage
+// A block of pixels: the source alpha after opacity and mask, the behind stage
 // (per pixel, only where the destination isn't opaque), then the mode's
 // triple mixed in where the scaled alpha isn't 0.
 template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
@@ -58,9 +78,9 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
   if (All(none)) return;
   if constexpr (Behind) {
     if (!None(!none && io::Alpha(dst) != T(L::kWhite))) {
-      alignas(32) typename vx::Arith<Pixel>::T alpha[8];
-      std::memcpy(alpha, &sa.v, sizeof alpha);
-      for (int j = 0; j < 8; ++j)
+      typename vx::Arith<Pixel>::T alpha[io::kPixels];
+      io::Spill(sa, alpha);
+      for (int j = 0; j < io::kPixels; ++j)
         if (alpha[j] != 0) vx::BehindPixel(src[j], alpha[j], keep, dst[j]);
     }
   }
@@ -74,7 +94,8 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
 
 template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
 VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
-  EachBlockOf<8>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
+  constexpr int32_t kBlock = IO<Pixel>::kPixels;
+  EachBlockOf<kBlock>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
     Block<Pixel, Mode, Scale, HasMask, Behind>(s, m, opacity, keep, d);
   });
   return VX_Err_None;
