@@ -177,6 +177,14 @@ struct Lanes16 : IntLanes {
                                      _mm256_cvtepi32_pd(_mm256_extracti128_si256(b.v, 1)));
     return _mm256_set_m128i(_mm256_cvttpd_epi32(hi), _mm256_cvttpd_epi32(lo));
   }
+  // a x b / den truncated, for a product in 0..2^31 - 1 and a quotient
+  // below 2^16, as saturation forms them: the float quotient is within one
+  // of it, and a step on the exact remainder corrects it.
+  static VX_INLINE V ScaledQuot(V a, V b, V den) {
+    const V n = a * b;
+    const V q = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(den.v)));
+    return Correct(n, q, den);
+  }
   // Quotients n / den truncated, for several n by one den != 0: the
   // reciprocal of |den| in double once, then for each n a product within
   // one of the quotient and a step on the exact remainder.
@@ -196,16 +204,15 @@ struct Lanes16 : IntLanes {
   };
   static VX_INLINE Divisor DivideBy(V den) { return Divisor(den); }
   // Entries i and i + 1 of the table at `base`, moved by a per-lane byte
-  // offset, come from one 32-bit gather; d = 32768 reads entry 4096 alone,
-  // through the pair below it.
+  // offset, come from one 32-bit gather. d = 32768 reads the last pair with
+  // a fraction of 8, which lands on entry 4096 exactly; a fraction of 0
+  // gives entry i, as the scalar form's skipped step does.
   static VX_INLINE V Lookup16At(const int16_t* base, V offset, V d) {
     d = Min(d, V(32768));
-    const V i = d >> 3, f = d & V(7);
-    const V at = offset + (Min(i, V(4095)) << 1);
-    const V pair = _mm256_i32gather_epi32(reinterpret_cast<const int*>(base), at.v, 1);
+    const V i = Min(d >> 3, V(4095)), f = d - (i << 3);
+    const V pair = _mm256_i32gather_epi32(reinterpret_cast<const int*>(base), (offset + (i << 1)).v, 1);
     const V lo = _mm256_srai_epi32(_mm256_slli_epi32(pair.v, 16), 16), hi = pair >> 16;
-    const V v = Select(i == V(4096), hi, lo);
-    return v + ((f * (hi - v) + V(4)) >> 3);
+    return lo + ((f * (hi - lo) + V(4)) >> 3);
   }
   static VX_INLINE V Lookup16(const int16_t* table, V d) { return Lookup16At(table, V(0), d); }
   // The soft-light curve each lane's source picks, x(1 - x) where dark and

@@ -178,3 +178,56 @@ TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
 }
 
 }  // namespace
+
+void VXtest_SoftLight16Lanes(const int32_t* d, const int32_t* dark, int32_t* out, int32_t count);
+void VXtest_ScaledQuot16Lanes(const int32_t* a, const int32_t* b, const int32_t* den, int32_t* q, int32_t count);
+
+namespace {
+
+// Every d up to white, each curve, against the scalar interpolation: the
+// last entry is reached through the pair below it.
+TEST(Lanes16SoftLight, EveryValueReadsItsCurve) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  const int32_t n = 2 * 32776;
+  std::vector<int32_t> d(n), dark(n), out(n);
+  for (int32_t i = 0; i < n; ++i) {
+    d[i] = std::min(i / 2, 32768);
+    dark[i] = i & 1;
+  }
+  VXtest_SoftLight16Lanes(d.data(), dark.data(), out.data(), n);
+  for (int32_t i = 0; i < n; ++i)
+    ASSERT_EQ(out[i], vx::SoftLightLookup16(dark[i] ? VXp_G_SoftLightB_16 : VXp_G_SoftLightA_16, d[i]))
+        << "d " << d[i] << " dark " << dark[i];
+}
+
+// Products up to 2^31 - 1 over divisors that keep the quotient below 2^16,
+// and exact multiples with their neighbours, against int64 division.
+TEST(Lanes16ScaledQuot, TruncatesLikeIntegerDivision) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  std::mt19937 rng(11);
+  std::vector<int32_t> a, b, den, q;
+  for (int i = 0; i < 200000; ++i) {
+    const int32_t x = static_cast<int32_t>(rng() % 65536), y = static_cast<int32_t>(rng() % 32769);
+    const int64_t p = int64_t(x) * y;
+    if (p > INT32_MAX) continue;
+    const int64_t least = p / 65535 + 1;
+    int32_t z = static_cast<int32_t>(least + rng() % 65536);
+    if (i % 3 == 0 && y > 0) z = y + static_cast<int32_t>(rng() % 3) - 1;  // quotients near x
+    if (z <= 0 || p / z >= 65536) continue;
+    a.push_back(x);
+    b.push_back(y);
+    den.push_back(z);
+  }
+  ASSERT_GT(a.size(), 50000u);
+  while (a.size() % 8) {
+    a.push_back(0);
+    b.push_back(0);
+    den.push_back(1);
+  }
+  q.assign(a.size(), 0);
+  VXtest_ScaledQuot16Lanes(a.data(), b.data(), den.data(), q.data(), static_cast<int32_t>(a.size()));
+  for (size_t i = 0; i < a.size(); ++i)
+    ASSERT_EQ(q[i], int64_t(a[i]) * b[i] / den[i]) << a[i] << " x " << b[i] << " / " << den[i];
+}
+
+}  // namespace
