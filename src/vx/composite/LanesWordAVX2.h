@@ -91,9 +91,21 @@ struct Lanes8W {
                 half(_mm256_unpackhi_epi16(r.v, g.v), _mm256_unpackhi_epi16(b.v, one)));
   }
   static VX_INLINE W Luma(const LanePixel<W>& p) { return luma(p.red, p.green, p.blue); }
-  // a x b / den truncated.
+  // a x b / den truncated, for a, b in 0..255 and a quotient within 0..255
+  // (saturation's). A reciprocal estimate puts the float quotient within
+  // 0.1 of it; the remainder, below 2 den in size, is exact in a 16-bit
+  // lane, and one step on it corrects the truncated estimate.
   static VX_INLINE W ScaledQuot(W a, W b, W den) {
-    return OnHalves([](V x, V y, V z) VX_INLINE_LAMBDA { return Lanes8::Quot(x * y, z); }, a, b, den);
+    const W n = a * b;
+    const __m256i zero = _mm256_setzero_si256();
+    const auto estimate = [](__m256i x, __m256i y) VX_INLINE_LAMBDA {
+      const __m256 f = _mm256_cvtepi32_ps(x), g = _mm256_cvtepi32_ps(y);
+      return V(_mm256_cvttps_epi32(_mm256_mul_ps(f, _mm256_rcp_ps(g))));
+    };
+    W q = Join(estimate(_mm256_unpacklo_epi16(n.v, zero), _mm256_unpacklo_epi16(den.v, zero)),
+               estimate(_mm256_unpackhi_epi16(n.v, zero), _mm256_unpackhi_epi16(den.v, zero)));
+    const W rem = n - q * den;
+    return q + W((rem < W(0)).m) - W((rem >= den).m);
   }
   // Products a x b divided by one den != 0, through the int32 halves' reciprocals.
   struct Divisor {

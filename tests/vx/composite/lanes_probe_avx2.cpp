@@ -49,7 +49,7 @@ void VXtest_SoftLightFLanes(const float* d, const int32_t* dark, float* out, int
 
 // The 8-bit arithmetic on 16-bit lanes, sixteen values at a time:
 // op 0 mul(a, b), 1 lerp(a, b, c), 2 dbl(a x b), 3 div(a, b), 4 the
-// soft-light curve at a, dark where b is nonzero.
+// soft-light curve at a, dark where b is nonzero, 5 a x b / c.
 void VXtest_WordLanes8(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out, int32_t count) {
   using vx::lanes::Lanes8W;
   using vx::lanes::W;
@@ -63,7 +63,8 @@ void VXtest_WordLanes8(int op, const int16_t* a, const int16_t* b, const int16_t
       case 1: r = Lanes8W::lerp(x, y, z); break;
       case 2: r = Lanes8W::dbl(x * y); break;
       case 3: r = Lanes8W::div(x, y); break;
-      default: r = Lanes8W::SoftLightCurve(y != W(0), x); break;
+      case 4: r = Lanes8W::SoftLightCurve(y != W(0), x); break;
+      default: r = Lanes8W::ScaledQuot(x, y, z); break;
     }
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), r.v);
   }

@@ -175,6 +175,18 @@ TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
   run(4);
   for (int32_t i = 0; i < 65536; ++i)
     ASSERT_EQ(out[i], (b[i] ? VXp_G_SoftLightB_8 : VXp_G_SoftLightA_8)[a[i]]) << "curve at " << a[i];
+  // Saturation's quotient: every product over every divisor that keeps it
+  // within a channel.
+  for (int32_t den = 1; den < 256; ++den) {
+    std::fill(c.begin(), c.end(), static_cast<int16_t>(den));
+    run(5);
+    for (int32_t i = 0; i < 65536; ++i) {
+      const int32_t want = a[i] * b[i] / den;
+      if (want < 256) {
+        ASSERT_EQ(out[i], want) << a[i] << " x " << b[i] << " / " << den;
+      }
+    }
+  }
 }
 
 }  // namespace
