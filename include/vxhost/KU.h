@@ -145,12 +145,14 @@ enum KU_CPUField : int32_t {
   KU_CPU_SSSE3 = 6,
   KU_CPU_AVX = 7,
   KU_CPU_AVX2 = 8,
+  KU_CPU_AVX512 = 9,  // AVX-512 F, BW, VL and VBMI together, with the OS saving their state
   KU_CPU_FieldCount = 16
 };
 extern int32_t** KU_G_CPU_DataP;
-// Overrides fields 2 (SSE2), 6 (SSSE3) and 8 (AVX2); a feature the processor
-// lacks stays off, and each set needs the one before it (SSSE3 needs SSE2,
-// AVX2 needs SSSE3). Routines chosen afterwards see it.
-void KU_SetCPUFeatures(int sse2, int ssse3, int avx2);
+// Overrides fields 2 (SSE2), 6 (SSSE3), 8 (AVX2) and 9 (AVX-512); a feature
+// the processor lacks stays off, and each set needs the one before it (SSSE3
+// needs SSE2, AVX2 needs SSSE3, AVX-512 needs AVX2). Routines chosen
+// afterwards see it.
+void KU_SetCPUFeatures(int sse2, int ssse3, int avx2, int avx512 = 1);
 void KU_ResetCPUFeatures();  // back to what the processor has
 inline bool KU_CPUHas(KU_CPUField field) { return (*KU_G_CPU_DataP)[field] != 0; }

@@ -158,6 +158,8 @@ TEST(Strings, SubStringPutsValuesInAndRefusesWhatDoesNotFit) {
 TEST(CPU, OverridesOnlyTurnOffWhatTheProcessorHas) {
   int32_t* fields = *KU_G_CPU_DataP;
   const int32_t sse2 = fields[KU_CPU_SSE2], ssse3 = fields[KU_CPU_SSSE3], avx2 = fields[KU_CPU_AVX2];
+  const int32_t avx512 = fields[KU_CPU_AVX512];
+  EXPECT_TRUE(!avx512 || avx2) << "AVX-512 builds on AVX2";
   EXPECT_EQ(sse2, __builtin_cpu_supports("sse2") ? 1 : 0);
   KU_SetCPUFeatures(0, 0, 0);
   EXPECT_EQ(fields[KU_CPU_SSE2], 0);
@@ -166,10 +168,16 @@ TEST(CPU, OverridesOnlyTurnOffWhatTheProcessorHas) {
   KU_SetCPUFeatures(0, 1, 1);
   EXPECT_EQ(fields[KU_CPU_SSSE3], 0) << "no vector set without SSE2";
   EXPECT_EQ(fields[KU_CPU_AVX2], 0);
+  KU_SetCPUFeatures(1, 1, 0, 1);
+  EXPECT_EQ(fields[KU_CPU_AVX512], 0) << "AVX-512 builds on AVX2";
+  KU_SetCPUFeatures(1, 1, 1, 0);
+  EXPECT_EQ(fields[KU_CPU_AVX2], avx2);
+  EXPECT_EQ(fields[KU_CPU_AVX512], 0);
   KU_SetCPUFeatures(1, 1, 1);
   EXPECT_EQ(fields[KU_CPU_SSE2], sse2);
   EXPECT_EQ(fields[KU_CPU_SSSE3], ssse3);
   EXPECT_EQ(fields[KU_CPU_AVX2], avx2);
+  EXPECT_EQ(fields[KU_CPU_AVX512], avx512);
   KU_ResetCPUFeatures();
 }
 

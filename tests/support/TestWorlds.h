@@ -79,10 +79,15 @@ bool SamePixel(const Pixel& a, const Pixel& b) {
   return a.alpha == b.alpha && a.red == b.red && a.green == b.green && a.blue == b.blue;
 }
 
-// Keeps the CPU record as the processor has it after the scope ends.
+// Sets the CPU record's vector fields for the scope, and puts back what they
+// were when it ends (scopes nest).
 struct CPUScope {
-  CPUScope(int sse2, int ssse3, int avx2) { KU_SetCPUFeatures(sse2, ssse3, avx2); }
-  ~CPUScope() { KU_ResetCPUFeatures(); }
+  CPUScope(int sse2, int ssse3, int avx2, int avx512 = 1)
+      : saved{KU_CPUHas(KU_CPU_SSE2), KU_CPUHas(KU_CPU_SSSE3), KU_CPUHas(KU_CPU_AVX2), KU_CPUHas(KU_CPU_AVX512)} {
+    KU_SetCPUFeatures(sse2, ssse3, avx2, avx512);
+  }
+  ~CPUScope() { KU_SetCPUFeatures(saved[0], saved[1], saved[2], saved[3]); }
+  int saved[4];
 };
 
 // Allocations fail after n successes, until the scope ends.

@@ -20,6 +20,11 @@ void ReadProcessor() {
   g_hardware[KU_CPU_SSSE3] = __builtin_cpu_supports("ssse3") ? 1 : 0;
   g_hardware[KU_CPU_AVX] = __builtin_cpu_supports("avx") ? 1 : 0;
   g_hardware[KU_CPU_AVX2] = __builtin_cpu_supports("avx2") ? 1 : 0;
+  // The runtime's check covers the OS saving the wide registers too.
+  g_hardware[KU_CPU_AVX512] = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                                      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi")
+                                  ? 1
+                                  : 0;
   for (int i = 0; i < KU_CPU_FieldCount; ++i) g_fields[i] = g_hardware[i];
 }
 
@@ -31,11 +36,12 @@ __attribute__((constructor(101))) void FillRecordAtLoad() { ReadProcessor(); }
 
 int32_t** KU_G_CPU_DataP = &g_record;
 
-void KU_SetCPUFeatures(int sse2, int ssse3, int avx2) {
+void KU_SetCPUFeatures(int sse2, int ssse3, int avx2, int avx512) {
   // Each set builds on the one before: without SSE2 no vector form may run.
   g_fields[KU_CPU_SSE2] = (sse2 && g_hardware[KU_CPU_SSE2]) ? 1 : 0;
   g_fields[KU_CPU_SSSE3] = (ssse3 && g_fields[KU_CPU_SSE2] && g_hardware[KU_CPU_SSSE3]) ? 1 : 0;
   g_fields[KU_CPU_AVX2] = (avx2 && g_fields[KU_CPU_SSSE3] && g_hardware[KU_CPU_AVX2]) ? 1 : 0;
+  g_fields[KU_CPU_AVX512] = (avx512 && g_fields[KU_CPU_AVX2] && g_hardware[KU_CPU_AVX512]) ? 1 : 0;
 }
 
 void KU_ResetCPUFeatures() {

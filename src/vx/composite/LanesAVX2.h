@@ -1,7 +1,8 @@
 // The arithmetic of each depth on eight AVX2 lanes, with the same names as
 // XferMath (mul, inv, div, lerp, dbl, Select, Min, ...), so that a mode's
 // XferOp formula runs on eight pixels at once. Every operation gives, lane
-// by lane, exactly what the scalar form gives. Include only from *_avx2.cpp.
+// by lane, exactly what the scalar form gives. Include only from *_avx2.cpp
+// or *_avx512.cpp.
 #pragma once
 
 #include <immintrin.h>
@@ -12,6 +13,7 @@
 #include "vx/Globals.h"
 #include "vx/Types.h"
 
+extern const uint8_t VXp_G_SoftLightA_8[256];
 extern const int32_t* const VXp_G_SoftLightWide_8;
 
 namespace vx {
@@ -80,7 +82,14 @@ VX_INLINE Mask operator!(Mask a) { return {_mm256_xor_si256(a.m, _mm256_set1_epi
 VX_INLINE bool All(Mask a) { return _mm256_movemask_epi8(a.m) == -1; }
 VX_INLINE bool None(Mask a) { return _mm256_testz_si256(a.m, a.m) != 0; }
 
+#if defined(__AVX512VL__)
+// g++ 12 with AVX-512 BW and VL drops the negation of a compare that feeds
+// a byte blend (r >= a as !(a > r) blends the wrong way); a blend on a mask
+// register is compiled as written.
+VX_INLINE V Select(Mask c, V a, V b) { return _mm256_mask_blend_epi32(_mm256_test_epi32_mask(c.m, c.m), b.v, a.v); }
+#else
 VX_INLINE V Select(Mask c, V a, V b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
+#endif
 VX_INLINE VF Select(Mask c, VF a, VF b) { return _mm256_blendv_ps(b.v, a.v, _mm256_castsi256_ps(c.m)); }
 
 // What the integer depths share.

@@ -4,7 +4,7 @@
 // channels (at most 255 x 255) plus its rounding fits an unsigned 16-bit
 // lane, so mul and dbl shift logically; mul takes both factors in 0..255.
 // Divides and table reads run on the two int32 halves. Include only from
-// *_avx2.cpp.
+// *_avx2.cpp or *_avx512.cpp.
 #pragma once
 
 #include "composite/LanesAVX2.h"
@@ -31,7 +31,11 @@ VX_INLINE Mask operator>=(W a, W b) { return !(a < b); }
 VX_INLINE Mask operator<=(W a, W b) { return !(a > b); }
 VX_INLINE Mask operator==(W a, W b) { return {_mm256_cmpeq_epi16(a.v, b.v)}; }
 VX_INLINE Mask operator!=(W a, W b) { return !(a == b); }
+#if defined(__AVX512VL__)
+VX_INLINE W Select(Mask c, W a, W b) { return _mm256_mask_blend_epi16(_mm256_test_epi16_mask(c.m, c.m), b.v, a.v); }
+#else
 VX_INLINE W Select(Mask c, W a, W b) { return _mm256_blendv_epi8(b.v, a.v, c.m); }
+#endif
 
 // The lanes as two int32 vectors, sign-extended: per 128 bits, words 0-3
 // go to Lower and 4-7 to Upper, which hold pixels 0-7 and 8-15 of a block
@@ -75,9 +79,26 @@ struct Lanes8W {
     return W(_mm256_srli_epi16((t + W(_mm256_srli_epi16(t.v, 8))).v, 7)) & W(~1);
   }
   static VX_INLINE W Keep(W x) { return x & W(0xFF); }
+#if defined(__AVX512VBMI__)
+  // Byte permutes read a 256-entry byte table held in four registers, where
+  // a gather a half costs more than the rest of the blend. x(1 - x) is
+  // exactly mul(d, 255 - d) at every d, so only D(x) - x is read.
+  static VX_INLINE W Lookup256(const uint8_t* table, W d) {
+    const __m512i i = _mm512_zextsi128_si512(_mm256_maskz_cvtepi16_epi8(0xFFFF, d.v));
+    const __m512i low = _mm512_permutex2var_epi8(_mm512_loadu_si512(table), i, _mm512_loadu_si512(table + 64));
+    const __m512i high =
+        _mm512_permutex2var_epi8(_mm512_loadu_si512(table + 128), i, _mm512_loadu_si512(table + 192));
+    const __m512i r = _mm512_mask_blend_epi8(_mm512_movepi8_mask(i), low, high);
+    return _mm256_cvtepu8_epi16(_mm512_maskz_extracti32x4_epi32(0xF, r, 0));
+  }
+  static VX_INLINE W SoftLightCurve(Mask dark, W d) {
+    return Select(dark, mul(d, inv(d)), Lookup256(VXp_G_SoftLightA_8, d));
+  }
+#else
   static VX_INLINE W SoftLightCurve(Mask dark, W d) {
     return OnHalves([](V k, V x) VX_INLINE_LAMBDA { return Lanes8::SoftLightCurve(Mask(k.v), x); }, W(dark.m), d);
   }
+#endif
 
   // The recolour steps. Colours there reach +-1024, so luma's weighted sum
   // and the products that are divided are formed on the int32 halves.

@@ -57,6 +57,8 @@ using VXp_FusedMatteProc = VX_Err (*)(int32_t count, const Pixel* src, const Pix
                                       typename VX_PixelTraits<Pixel>::Channel opacity, bool keep_alpha, Pixel* dst);
 template <class Pixel>
 VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode);
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX512(int32_t mode);
 // The fused form for a descriptor, when it may stand for the staged
 // pipeline: AVX2, no linear tables, the mask as the kernel expects it, and
 // the package's own kernel and stages (a replaced slot keeps the stages).

@@ -89,7 +89,7 @@ VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>&
   const VX_Err err = has_mask ? VX_GetInnerBlendingFunc<Pixel, true, false>(mode, &own)
                               : VX_GetInnerBlendingFunc<Pixel, false, false>(mode, &own);
   if (err || !own.func || own.func != d.blend_func.func) return nullptr;
-  return VXp_FusedMatte_AVX2<Pixel>(mode);
+  return VXp_HasAVX512() ? VXp_FusedMatte_AVX512<Pixel>(mode) : VXp_FusedMatte_AVX2<Pixel>(mode);
 }
 
 template VXp_FusedMatteProc<VX_Pixel8> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel8>&, bool);

@@ -118,6 +118,7 @@ void VXp_SetNoiseTable(const uint32_t* base, int32_t count);
 inline bool VXp_HasSSE2() { return (*KU_G_CPU_DataP)[KU_CPU_SSE2] != 0; }
 inline bool VXp_HasSSSE3() { return (*KU_G_CPU_DataP)[KU_CPU_SSSE3] != 0; }
 inline bool VXp_HasAVX2() { return (*KU_G_CPU_DataP)[KU_CPU_AVX2] != 0; }
+inline bool VXp_HasAVX512() { return (*KU_G_CPU_DataP)[KU_CPU_AVX512] != 0; }
 
 // Start-up pieces.
 void VXp_BuildSoftLightTables();

@@ -6,6 +6,7 @@
 
 #include "vx/composite/XferTestSupport.h"
 #include "core/ChannelMath.h"
+#include "support/TestWorlds.h"
 #include "vx/Blend.h"
 
 namespace st {
@@ -37,6 +38,18 @@ template <class Pixel>
 typename vx::Arith<Pixel>::T ScaledAlpha(Ch<Pixel> a, Ch<Pixel> opacity, Ch<Pixel> mask) {
   typedef vx::Arith<Pixel> A;
   return A::mul(A::mul(a, opacity), mask);
+}
+
+// Runs check with AVX2 as the widest set and again, where the processor has
+// it, with AVX-512, so both vector forms meet the same expectations.
+template <class F>
+void OnEachWideForm(F check) {
+  for (int avx512 : {0, 1}) {
+    if (avx512 && !KU_CPUHas(KU_CPU_AVX512)) continue;
+    SCOPED_TRACE(avx512 ? "AVX-512" : "AVX2");
+    vxtest::CPUScope cpu(1, 1, 1, avx512);
+    check();
+  }
 }
 
 }  // namespace st

@@ -1,6 +1,6 @@
 // The 16-bit lane divide, eight quotients at a time, for the divide test.
 // Kept apart from the test itself so that only this file has AVX2 code.
-#include "composite/LanesWordAVX2.h"
+#include "vx/composite/WordLanesProbe.h"
 
 void VXtest_Div16Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t n) {
   using vx::lanes::Lanes16;
@@ -47,27 +47,8 @@ void VXtest_SoftLightFLanes(const float* d, const int32_t* dark, float* out, int
   }
 }
 
-// The 8-bit arithmetic on 16-bit lanes, sixteen values at a time:
-// op 0 mul(a, b), 1 lerp(a, b, c), 2 dbl(a x b), 3 div(a, b), 4 the
-// soft-light curve at a, dark where b is nonzero, 5 a x b / c.
 void VXtest_WordLanes8(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out, int32_t count) {
-  using vx::lanes::Lanes8W;
-  using vx::lanes::W;
-  for (int32_t i = 0; i + 16 <= count; i += 16) {
-    const W x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + i));
-    const W y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b + i));
-    const W z = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(c + i));
-    W r;
-    switch (op) {
-      case 0: r = Lanes8W::mul(x, y); break;
-      case 1: r = Lanes8W::lerp(x, y, z); break;
-      case 2: r = Lanes8W::dbl(x * y); break;
-      case 3: r = Lanes8W::div(x, y); break;
-      case 4: r = Lanes8W::SoftLightCurve(y != W(0), x); break;
-      default: r = Lanes8W::ScaledQuot(x, y, z); break;
-    }
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), r.v);
-  }
+  RunWordLanes8(op, a, b, c, out, count);
 }
 
 // The 16-bit soft-light curve each lane picks for d, dark where `dark` is

@@ -146,20 +146,21 @@ TEST(LanesFSoftLight, EachLaneReadsItsCurve) {
 }  // namespace
 
 void VXtest_WordLanes8(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out, int32_t count);
+void VXtest_WordLanes8_AVX512(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out,
+                              int32_t count);
 
 namespace {
 
 // The 16-bit-lane forms of the 8-bit primitives against the scalar ones on
 // every operand pair (and every lerp triple): the rounding of products near
 // 2^16 and of negative differences is where a narrower lane would slip.
-TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
-  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+void CheckWordLanes8(decltype(&VXtest_WordLanes8) probe) {
   std::vector<int16_t> a(65536), b(65536), c(65536), out(65536);
   for (int32_t i = 0; i < 65536; ++i) {
     a[i] = static_cast<int16_t>(i >> 8);
     b[i] = static_cast<int16_t>(i & 0xFF);
   }
-  const auto run = [&](int op) { VXtest_WordLanes8(op, a.data(), b.data(), c.data(), out.data(), 65536); };
+  const auto run = [&](int op) { probe(op, a.data(), b.data(), c.data(), out.data(), 65536); };
   run(0);
   for (int32_t i = 0; i < 65536; ++i) ASSERT_EQ(out[i], vx::mul8(a[i], b[i])) << a[i] << " x " << b[i];
   run(2);
@@ -186,6 +187,18 @@ TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
         ASSERT_EQ(out[i], want) << a[i] << " x " << b[i] << " / " << den;
       }
     }
+  }
+}
+
+TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  {
+    SCOPED_TRACE("AVX2");
+    CheckWordLanes8(&VXtest_WordLanes8);
+  }
+  if (KU_CPUHas(KU_CPU_AVX512)) {
+    SCOPED_TRACE("AVX-512");
+    CheckWordLanes8(&VXtest_WordLanes8_AVX512);
   }
 }
 

@@ -40,30 +40,32 @@ TYPED_TEST(VectorRows, MatchTheScalarKernels) {
   if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
   const auto tables = xt::GammaTables(2.2);
   const Ch<Pixel> partial = xt::kFloat<Pixel> ? Ch<Pixel>(0.625f) : Ch<Pixel>(xt::kW<Pixel> * 5 / 8);
-  vxtest::Random r(41);
-  for (int32_t mode = -3; mode < xt::kModes; ++mode) {
-    if (mode == XferNone) continue;
-    for (int trial = 0; trial < 8; ++trial) {
-      const size_t n = static_cast<size_t>(r.Int(1, 70));
-      auto src = st::RandomRow<Pixel>(r, n);
-      const auto dst = st::RandomRow<Pixel>(r, n), mask = st::RandomRow<Pixel>(r, n);
-      if (trial & 1) AddAlphaRuns(r, src);
-      const bool with_mask = trial & 2;
-      const Ch<Pixel> opacity = trial & 4 ? partial : xt::kW<Pixel>;
-      const VX_LinearBlendingTables* linear = trial & 1 ? tables.get() : nullptr;
-      auto fast = dst, slow = dst;
-      ASSERT_EQ(st::Pipeline<Pixel>(mode, opacity, false, src, with_mask ? &mask : nullptr, fast, linear, 5), 0);
-      {
-        vxtest::CPUScope scalar(0, 0, 0);
-        ASSERT_EQ(st::Pipeline<Pixel>(mode, opacity, false, src, with_mask ? &mask : nullptr, slow, linear, 5), 0);
+  st::OnEachWideForm([&] {
+    vxtest::Random r(41);
+    for (int32_t mode = -3; mode < xt::kModes; ++mode) {
+      if (mode == XferNone) continue;
+      for (int trial = 0; trial < 8; ++trial) {
+        const size_t n = static_cast<size_t>(r.Int(1, 70));
+        auto src = st::RandomRow<Pixel>(r, n);
+        const auto dst = st::RandomRow<Pixel>(r, n), mask = st::RandomRow<Pixel>(r, n);
+        if (trial & 1) AddAlphaRuns(r, src);
+        const bool with_mask = trial & 2;
+        const Ch<Pixel> opacity = trial & 4 ? partial : xt::kW<Pixel>;
+        const VX_LinearBlendingTables* linear = trial & 1 ? tables.get() : nullptr;
+        auto fast = dst, slow = dst;
+        ASSERT_EQ(st::Pipeline<Pixel>(mode, opacity, false, src, with_mask ? &mask : nullptr, fast, linear, 5), 0);
+        {
+          vxtest::CPUScope scalar(0, 0, 0);
+          ASSERT_EQ(st::Pipeline<Pixel>(mode, opacity, false, src, with_mask ? &mask : nullptr, slow, linear, 5), 0);
+        }
+        const int tolerance = std::is_same_v<Pixel, VX_Pixel8> && mode == XferOver && !linear ? 1 : 0;
+        for (size_t i = 0; i < n; ++i)
+          ASSERT_TRUE(Close(fast[i], slow[i], tolerance))
+              << xt::ModeName(mode) << " trial " << trial << " pixel " << i << " of " << n << ": s " << src[i] << " d "
+              << dst[i] << ": vector " << fast[i] << " scalar " << slow[i];
       }
-      const int tolerance = std::is_same_v<Pixel, VX_Pixel8> && mode == XferOver && !linear ? 1 : 0;
-      for (size_t i = 0; i < n; ++i)
-        ASSERT_TRUE(Close(fast[i], slow[i], tolerance))
-            << xt::ModeName(mode) << " trial " << trial << " pixel " << i << " of " << n << ": s " << src[i] << " d "
-            << dst[i] << ": vector " << fast[i] << " scalar " << slow[i];
     }
-  }
+  });
 }
 
 // The conversions to linear light and back on every stored value: rows of

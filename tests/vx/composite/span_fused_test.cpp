@@ -73,9 +73,10 @@ class FusedMatte : public ::testing::Test {};
 typedef ::testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat> Depths;
 TYPED_TEST_SUITE(FusedMatte, Depths);
 
-TYPED_TEST(FusedMatte, AgreesWithTheStagedScalarPipeline) {
-  typedef TypeParam Pixel;
-  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+// Every matte-family mode on random rows, through the fused form the CPU
+// record picks.
+template <class Pixel>
+void CheckAgainstStaged() {
   for (int32_t mode = 0; mode < xt::kModes; ++mode) {
     if (!IsMatteFamily(mode)) continue;
     vxtest::Random r(static_cast<uint32_t>(mode * 7 + sizeof(Pixel)));
@@ -110,28 +111,35 @@ TYPED_TEST(FusedMatte, AgreesWithTheStagedScalarPipeline) {
   }
 }
 
+TYPED_TEST(FusedMatte, AgreesWithTheStagedScalarPipeline) {
+  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
+  st::OnEachWideForm(CheckAgainstStaged<TypeParam>);
+}
+
 // Infinities and NaN in any channel give what the staged pipeline gives.
 TEST(FusedMatteFloat, NonFiniteInputsAgree) {
   if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
-  const float specials[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
-                            -std::numeric_limits<float>::infinity(), -0.0f, 1e-40f, 0.5f, 1.0f, 0.0f};
-  vxtest::Random r(99);
-  for (int32_t mode = 0; mode < xt::kModes; ++mode) {
-    if (!IsMatteFamily(mode)) continue;
-    std::vector<VX_PixelFloat> src(64), dst(64);
-    for (size_t i = 0; i < src.size(); ++i) {
-      for (float* c : {&src[i].alpha, &src[i].red, &src[i].green, &src[i].blue, &dst[i].alpha, &dst[i].red,
-                       &dst[i].green, &dst[i].blue})
-        *c = r.Int(0, 2) == 0 ? specials[r.Int(0, 7)] : r.Float(0, 1);
+  st::OnEachWideForm([] {
+    const float specials[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                              -std::numeric_limits<float>::infinity(), -0.0f, 1e-40f, 0.5f, 1.0f, 0.0f};
+    vxtest::Random r(99);
+    for (int32_t mode = 0; mode < xt::kModes; ++mode) {
+      if (!IsMatteFamily(mode)) continue;
+      std::vector<VX_PixelFloat> src(64), dst(64);
+      for (size_t i = 0; i < src.size(); ++i) {
+        for (float* c : {&src[i].alpha, &src[i].red, &src[i].green, &src[i].blue, &dst[i].alpha, &dst[i].red,
+                         &dst[i].green, &dst[i].blue})
+          *c = r.Int(0, 2) == 0 ? specials[r.Int(0, 7)] : r.Float(0, 1);
+      }
+      for (float opacity : {1.0f, 0.5f}) {
+        const auto d = Descriptor<VX_PixelFloat>(mode, opacity, false, false);
+        std::vector<VX_PixelFloat> want = dst, got = dst;
+        Staged<VX_PixelFloat>(d, 64, src.data(), nullptr, want.data());
+        ASSERT_EQ(VX_BlendPipeline<VX_PixelFloat>(nullptr, 64, &d, src.data(), nullptr, nullptr, got.data()), 0);
+        EXPECT_TRUE(SameBits(want, got)) << xt::ModeName(mode) << " opacity " << opacity;
+      }
     }
-    for (float opacity : {1.0f, 0.5f}) {
-      const auto d = Descriptor<VX_PixelFloat>(mode, opacity, false, false);
-      std::vector<VX_PixelFloat> want = dst, got = dst;
-      Staged<VX_PixelFloat>(d, 64, src.data(), nullptr, want.data());
-      ASSERT_EQ(VX_BlendPipeline<VX_PixelFloat>(nullptr, 64, &d, src.data(), nullptr, nullptr, got.data()), 0);
-      EXPECT_TRUE(SameBits(want, got)) << xt::ModeName(mode) << " opacity " << opacity;
-    }
-  }
+  });
 }
 
 // A replaced stage or kernel, linear tables, or a mask the kernel doesn't
@@ -154,7 +162,8 @@ TEST(FusedMatteChoice, OnlyThePackagesOwnStagesAreFused) {
   stage.matte_func = &ForeignStage;
   EXPECT_EQ(VXp_FusedMatteFor(stage, false), nullptr);
   auto wrong_pair = plain;
-  wrong_pair.matte_func = VXp_Slot<VX_BlendSpanProc<VX_Pixel8>>(VX_Slot_MatteBlack8 + VXp_Stage_MatteWhite);
+  wrong_pair.matte_func =
+      VXp_Slot<VX_BlendSpanProc<VX_Pixel8>>(VX_Slot_MatteBlack8 + static_cast<int32_t>(VXp_Stage_MatteWhite));
   EXPECT_EQ(VXp_FusedMatteFor(wrong_pair, false), nullptr);
   auto kernel = plain;
   kernel.blend_func.func = &ForeignKernel;
