@@ -41,7 +41,7 @@ VX_INLINE bool VectorSpan(int32_t count, const VX_BlendingMode<Pixel>& mode, con
   }
   if constexpr (family == VX_XferFamily::Recolour) {
     if (VXp_HasAVX2())
-      return *err = VXp_SpanRecolour_AVX2<Pixel>(Mode)(count, src, m, mode.opacity, mode.keep_alpha, false, dst), true;
+      return *err = VXp_SpanRecolourWidest<Pixel>(Mode)(count, src, m, mode.opacity, mode.keep_alpha, false, dst), true;
   }
   return false;
 }

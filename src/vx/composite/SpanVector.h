@@ -3,6 +3,7 @@
 // row (alpha read) or null, and the opacity (255 is full).
 #pragma once
 
+#include "core/Internal.h"
 #include "vx/Blend.h"
 #include "vx/LinearBlending.h"
 #include "vx/PixelTraits.h"
@@ -40,6 +41,13 @@ using VXp_SpanRecolourProc = VX_Err (*)(int32_t count, const Pixel* src, const P
                                         Pixel* dst);
 template <class Pixel>
 VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX2(int32_t mode);
+template <class Pixel>
+VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX512(int32_t mode);
+// The widest of the two the CPU record allows; call only where AVX2 may run.
+template <class Pixel>
+VXp_SpanRecolourProc<Pixel> VXp_SpanRecolourWidest(int32_t mode) {
+  return VXp_HasAVX512() ? VXp_SpanRecolour_AVX512<Pixel>(mode) : VXp_SpanRecolour_AVX2<Pixel>(mode);
+}
 
 // Runs the behind and recolour stages of the pipeline in one pass when the
 // descriptor's are the package's own and the CPU has the vector form; false

@@ -18,7 +18,7 @@ bool VXp_RunFusedRecolour(int32_t count, const VX_BlendModeDescriptor<Pixel>* d,
       mask ? &VX_GetInnerBlendingFunc<Pixel, true, false> : &VX_GetInnerBlendingFunc<Pixel, false, false>;
   if (get(XferBehind, &behind) || get(mode, &blend)) return false;
   if (behind.func != d->behind_func.func || blend.func != d->blend_func.func) return false;
-  const VXp_SpanRecolourProc<Pixel> proc = VXp_SpanRecolour_AVX2<Pixel>(mode);
+  const VXp_SpanRecolourProc<Pixel> proc = VXp_SpanRecolourWidest<Pixel>(mode);
   if (!proc) return false;
   *err = proc(count, source, mask, d->mode.opacity, d->mode.keep_alpha, true, destination);
   return true;

@@ -58,12 +58,13 @@ bool Identical(const Pixel& a, const Pixel& b) {
   return false;
 }
 
-// One row through the mode's kernel alone or through the pipeline, at the
-// given CPU features.
+// One row through the mode's kernel alone or through the pipeline: scalar
+// (level 0), AVX2 at most (1) or the widest set the processor has (2).
 template <class Pixel>
-void RunRow(bool pipeline, int avx2, int32_t mode, Ch<Pixel> opacity, bool keep, int32_t count, const Pixel* src,
+void RunRow(bool pipeline, int level, int32_t mode, Ch<Pixel> opacity, bool keep, int32_t count, const Pixel* src,
             const Pixel* mask, Pixel* dst) {
-  vxtest::CPUScope cpu(avx2, avx2, avx2);
+  const int vector = level > 0;
+  vxtest::CPUScope cpu(vector, vector, vector, level > 1);
   const VX_BlendModeDescriptor<Pixel> d(VX_BlendingMode<Pixel>{mode, 0, opacity, keep}, mask != nullptr, nullptr);
   if (pipeline) {
     std::vector<Ch<Pixel>> scratch(static_cast<size_t>(count) + 1);
@@ -97,15 +98,18 @@ TYPED_TEST(RecolourLanes, AgreeWithScalarKernelAndPipeline) {
       const Ch<Pixel> opacity = r.Int(0, 1) ? xt::kW<Pixel> : xt::Channel<Pixel>(r);
       const bool with_mask = r.Int(0, 1), keep = r.Int(0, 3) == 0;
       for (const bool pipeline : {false, true}) {
-        std::vector<Pixel> scalar = dst, vector = dst;
+        std::vector<Pixel> scalar = dst;
         const Pixel* m = with_mask ? mask.data() + offset : nullptr;
         RunRow<Pixel>(pipeline, 0, mode, opacity, keep, count, src.data() + offset, m, scalar.data() + offset);
-        RunRow<Pixel>(pipeline, 1, mode, opacity, keep, count, src.data() + offset, m, vector.data() + offset);
-        for (int32_t i = 0; i < n; ++i)
-          ASSERT_TRUE(Identical(scalar[i], vector[i]))
-              << xt::ModeName(mode) << (pipeline ? " pipeline" : " kernel") << " trial " << trial << " pixel "
-              << i - offset << " of " << count << " src " << src[i] << " dst " << dst[i] << ": scalar " << scalar[i]
-              << " vector " << vector[i];
+        for (const int level : {1, 2}) {
+          std::vector<Pixel> vector = dst;
+          RunRow<Pixel>(pipeline, level, mode, opacity, keep, count, src.data() + offset, m, vector.data() + offset);
+          for (int32_t i = 0; i < n; ++i)
+            ASSERT_TRUE(Identical(scalar[i], vector[i]))
+                << xt::ModeName(mode) << (pipeline ? " pipeline" : " kernel") << " level " << level << " trial "
+                << trial << " pixel " << i - offset << " of " << count << " src " << src[i] << " dst " << dst[i]
+                << ": scalar " << scalar[i] << " vector " << vector[i];
+        }
       }
     }
   }
@@ -131,11 +135,15 @@ TYPED_TEST(RecolourLanes, AgreeOnSaturatedAndGreyColours) {
           }
   const int32_t count = static_cast<int32_t>(src.size());
   for (const int32_t mode : kRecolourModes) {
-    std::vector<Pixel> scalar = dst, vector = dst;
+    std::vector<Pixel> scalar = dst;
     RunRow<Pixel>(true, 0, mode, W, false, count, src.data(), nullptr, scalar.data());
-    RunRow<Pixel>(true, 1, mode, W, false, count, src.data(), nullptr, vector.data());
-    for (int32_t i = 0; i < count; ++i)
-      ASSERT_TRUE(Identical(scalar[i], vector[i])) << xt::ModeName(mode) << " " << src[i] << " on " << dst[i];
+    for (const int level : {1, 2}) {
+      std::vector<Pixel> vector = dst;
+      RunRow<Pixel>(true, level, mode, W, false, count, src.data(), nullptr, vector.data());
+      for (int32_t i = 0; i < count; ++i)
+        ASSERT_TRUE(Identical(scalar[i], vector[i]))
+            << xt::ModeName(mode) << " level " << level << ": " << src[i] << " on " << dst[i];
+    }
   }
 }
 
