@@ -12,17 +12,6 @@ void VXtest_Div16Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t n
   }
 }
 
-// The 8-bit soft-light curve each lane picks, for d = 0..255, dark where
-// d is odd.
-void VXtest_SoftLight8Lanes(int32_t* out) {
-  using vx::lanes::Lanes8;
-  using vx::lanes::V;
-  for (int32_t d = 0; d < 256; d += 8) {
-    const V x = _mm256_add_epi32(_mm256_set1_epi32(d), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + d), Lanes8::SoftLightCurve((x & V(1)) == V(1), x).v);
-  }
-}
-
 // Quotients by one divisor a lane, through the reciprocal forms of the
 // 8-bit (depth 8) or 16-bit lanes.
 void VXtest_DivisorLanes(int depth, const int32_t* n, const int32_t* d, int32_t* q, int32_t count) {

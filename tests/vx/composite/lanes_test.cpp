@@ -61,21 +61,8 @@ TEST(Lanes16Divide, AgreesWithDiv16) {
 
 }  // namespace
 
-void VXtest_SoftLight8Lanes(int32_t* out);
 extern const uint8_t VXp_G_SoftLightA_8[256];
 extern const uint8_t VXp_G_SoftLightB_8[256];
-
-namespace {
-
-// Each lane reads the curve its own source picked.
-TEST(Lanes8SoftLight, EachLaneReadsItsCurve) {
-  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
-  int32_t out[256];
-  VXtest_SoftLight8Lanes(out);
-  for (int d = 0; d < 256; ++d) EXPECT_EQ(out[d], (d & 1 ? VXp_G_SoftLightB_8 : VXp_G_SoftLightA_8)[d]) << "d " << d;
-}
-
-}  // namespace
 
 void VXtest_DivisorLanes(int depth, const int32_t* n, const int32_t* d, int32_t* q, int32_t count);
 
