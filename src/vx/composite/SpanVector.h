@@ -80,3 +80,21 @@ template <class Pixel>
 int32_t VXp_ToLinearRow_AVX2(const VX_LinearBlendingTables& t, const Pixel* in, int32_t count, VX_Pixel16* out);
 template <class Pixel>
 int32_t VXp_FromLinearRow_AVX2(const VX_LinearBlendingTables& t, const VX_Pixel16* in, int32_t count, Pixel* out);
+
+// Dissolve at 8 bits on eight rows side by side. A row's draws form one
+// serial chain (each draw seeds the next), but rows are independent, so each
+// row's chain takes one vector lane. Runs the leading multiple of eight
+// pixels of every row, leaves each row's seed where its tail starts, and
+// returns how many pixels it ran. The rows must not overlap one another.
+struct VXp_DissolveRow8 {
+  const VX_Pixel8* src;
+  VX_Pixel8* dst;
+  uint32_t seed;
+};
+int32_t VXp_DissolveRows8_AVX2(int32_t count, uint8_t opacity, bool keep_alpha, VXp_DissolveRow8* rows);
+// Whether a descriptor's rows may run eight at a time: the package's own
+// dissolve kernel at 8 bits, no mask or tables, and AVX2.
+bool VXp_DissolveRowsUsable(const VX_BlendModeDescriptor<VX_Pixel8>& d, bool has_mask);
+// Eight rows of a usable descriptor, tails included; false, with nothing
+// written, when the rows' source and destination bytes meet.
+bool VXp_DissolveRowGroup8(int32_t count, const VX_BlendModeDescriptor<VX_Pixel8>& d, VXp_DissolveRow8* rows);

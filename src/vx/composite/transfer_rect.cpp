@@ -2,7 +2,9 @@
 // row once, and run the blend pipeline row by row with the track matte's
 // mask rows, field selection, progress and the dissolve seed.
 #include <cstring>
+#include <utility>
 
+#include "composite/SpanVector.h"
 #include "composite/TrackMatte.h"
 #include "composite/TransferSlots.h"
 #include "core/Internal.h"
@@ -64,6 +66,46 @@ bool BadMatte(const VX_TrackMatte* mask, int16_t depth) {
                   mask->matte_kind > 3);
 }
 
+// The rows of a transfer, from top: which are blended (field parity) and
+// the dissolve seed each starts from.
+struct RowWalk {
+  int32_t y, bottom, parity;
+  uint32_t seed;
+  bool Blends() const { return (y & 1) != parity; }
+  // Progress is reported after these rows.
+  bool Reports() const { return (y & 127) == 0; }
+  void Next() { seed += 12281u * static_cast<uint32_t>(y++); }
+};
+
+// Dissolve's rows are independent chains of draws, so at 8 bits eight
+// blended rows run side by side when none of them is followed by a progress
+// report except the last. Returns whether the walk moved past such a group;
+// *report says a report is due for the row before walk->y.
+template <class Pixel, class RowAt>
+bool RunDissolveGroup(const VX_BlendModeDescriptor<Pixel>& d, int32_t count, RowAt row_at, RowWalk* walk,
+                      bool* report) {
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
+    VXp_DissolveRow8 rows[8];
+    RowWalk next = *walk;
+    int n = 0;
+    bool reports = false;
+    while (next.y < next.bottom && n < 8 && !reports) {
+      if (next.Blends()) {
+        const auto [src, dst] = row_at(next.y);
+        rows[n++] = {src, dst, next.seed};
+      }
+      reports = next.Reports();
+      next.Next();
+    }
+    if (n < 8 || !VXp_DissolveRowGroup8(count, d, rows)) return false;
+    *walk = next;
+    *report = reports;
+    return true;
+  } else {
+    return false;
+  }
+}
+
 template <class Pixel>
 VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t field, const GEO_LRect* source_rect,
                        VX_LayerDef* source, const VX_CompositeModePlus& plus, const VX_LinearBlendingTables* tables,
@@ -98,26 +140,37 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
   const int32_t parity = field == 1 ? 1 : (field == 2 ? 0 : 2);
   VX_ProgressFunc report = progress && progress->progress ? progress->progress : &NoProgress;
   void* refcon = progress ? progress->refcon : nullptr;
+  auto report_progress = [&](int32_t y) { return report(refcon, y - r.top, r.bottom - r.top); };
 
   // A matte multiplied by nothing is empty outside the rectangle.
   if (plus.transfer_mode == XferAlphaMul || plus.transfer_mode == XferLumaMul)
     VXp_ClearAlphaExceptRect(dst_view, r);
 
   VX_BlendModeDescriptor<Pixel> descriptor(mode, mask != nullptr, tables);
-  uint32_t seed = static_cast<uint32_t>(plus.dissolve_seed) + static_cast<uint32_t>(r.left);
   const int32_t count = r.right - r.left;
+  auto row_at = [&](int32_t y) {
+    return std::pair<const Pixel*, Pixel*>(src_view.PixelAt(r.left - dx, y - dy), dst_view.PixelAt(r.left, y));
+  };
+  bool grouped = false;
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8>) grouped = VXp_DissolveRowsUsable(descriptor, mask != nullptr);
+  RowWalk walk{r.top, r.bottom, parity, static_cast<uint32_t>(plus.dissolve_seed) + static_cast<uint32_t>(r.left)};
   VX_Err err = VX_Err_None;
-  for (int32_t y = r.top; y < r.bottom && !err; ++y) {
-    const Pixel* src_row = src_view.PixelAt(r.left - dx, y - dy);
-    Pixel* dst_row = dst_view.PixelAt(r.left, y);
+  while (walk.y < r.bottom && !err) {
+    bool due = false;
+    if (grouped && RunDissolveGroup(descriptor, count, row_at, &walk, &due)) {
+      if (due) err = report_progress(walk.y - 1);
+      continue;
+    }
+    const int32_t y = walk.y;
+    const auto [src_row, dst_row] = row_at(y);
     const Pixel* mask_pixels = mask ? VXp_MatteRow<Pixel>(*mask, r.left, y, count, static_cast<Pixel*>(mask_row))
                                     : nullptr;
-    descriptor.mode.dissolve_seed = static_cast<int32_t>(seed);
-    if ((y & 1) != parity)
+    descriptor.mode.dissolve_seed = static_cast<int32_t>(walk.seed);
+    if (walk.Blends())
       err = VX_BlendPipeline<Pixel>(progress, count, &descriptor, src_row, mask_pixels, static_cast<Channel*>(saved),
                                     dst_row);
-    if (!err && (y & 127) == 0) err = report(refcon, y - r.top, r.bottom - r.top);
-    seed += 12281u * static_cast<uint32_t>(y);
+    if (!err && walk.Reports()) err = report_progress(y);
+    walk.Next();
   }
   return err;
 }

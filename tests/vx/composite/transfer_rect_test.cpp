@@ -282,6 +282,57 @@ TEST(TransferRectProgress, AStopLeavesTheRowsBelowUntouched) {
   EXPECT_EQ(dst.At<VX_Pixel8>(0, 257)->alpha, 0);
 }
 
+// Alphas in runs of clear, opaque and partial pixels, as layers have them.
+void FillRuns(vxtest::EffectWorld& w, vxtest::Random& r) {
+  for (int32_t y = 0; y < w->height; ++y)
+    for (int32_t x = 0; x < w->width;) {
+      const int32_t kind = r.Int(0, 2), end = std::min(w->width, x + r.Int(1, 40));
+      for (; x < end; ++x) {
+        VX_Pixel8 p = r.Pixel8();
+        p.alpha = kind == 0 ? 0 : (kind == 1 ? 255 : p.alpha);
+        *w.At<VX_Pixel8>(x, y) = p;
+      }
+    }
+}
+
+VX_Err StopAtThirdCall(void* refcon, int32_t current, int32_t) {
+  auto* calls = static_cast<std::vector<int32_t>*>(refcon);
+  calls->push_back(current);
+  return calls->size() == 3 ? 9 : 0;
+}
+
+// Dissolve at 8 bits runs rows side by side where the CPU allows; it must
+// give the pixels, seeds and progress of rows run one by one, including
+// when source and destination share a world.
+TEST(TransferRectDissolve, RowsSideBySideMatchRowsOneByOne) {
+  if (!KU_CPUHas(KU_CPU_AVX2)) GTEST_SKIP() << "no AVX2";
+  vxtest::Random r(77);
+  vxtest::EffectWorld src(61, 300, 8), start(70, 400, 8), wide(70, 400, 8), one(70, 400, 8);
+  FillRuns(src, r);
+  FillRuns(start, r);
+  for (int trial = 0; trial < 16; ++trial) {
+    const bool shared = trial % 4 == 3;
+    for (auto* w : {&wide, &one})
+      for (int32_t y = 0; y < 400; ++y) std::memcpy(w->At<VX_Pixel8>(0, y), start.At<VX_Pixel8>(0, y), 70 * 4);
+    const GEO_LRect rect{r.Int(-3, 20), r.Int(-3, 40), r.Int(21, 64), r.Int(150, 303)};
+    const int32_t dest_x = r.Int(-5, 12), dest_y = shared ? r.Int(-2, 2) : r.Int(-20, 120), field = r.Int(0, 2);
+    const VX_CompositeModePlus plus(XferDissolve, trial % 3 ? 1.0f : r.Int(1, 254) / 255.0f, nullptr,
+                                    r.Int(0, 1) != 0, r.Int(-100000, 100000));
+    std::vector<int32_t> calls[2];
+    for (int path = 0; path < 2; ++path) {
+      vxtest::CPUScope cpu(1, 1, path == 0, path == 0);
+      vxtest::EffectWorld& into = path == 0 ? wide : one;
+      VX_ProgressInfo progress{&calls[path], nullptr, &StopAtThirdCall};
+      const VX_Err err = VX_TransferRect(&progress, 0, 0, field, &rect, shared ? into.get() : src.get(), &plus,
+                                         nullptr, nullptr, dest_x, dest_y, into.get());
+      ASSERT_EQ(err, calls[path].size() == 3 ? 9 : 0);
+    }
+    EXPECT_EQ(calls[0], calls[1]) << trial;
+    std::string where;
+    ASSERT_TRUE(SameWorlds<VX_Pixel8>(wide, one, &where)) << "trial " << trial << ": " << where;
+  }
+}
+
 TEST(TransferRectPaths, CallersBuffersPluginsAndRoundedOpacityGiveTheSamePixels) {
   vxtest::Random r(5);
   vxtest::EffectWorld src(40, 9, 8), a(40, 9, 8), b(40, 9, 8), c(40, 9, 8), matte(40, 9, 8);
