@@ -111,6 +111,23 @@ struct IntLanes {
   }
   // |q| with the sign of n / den (den != 0).
   static VX_INLINE V Signed(V q, V n, V den) { return _mm256_sign_epi32(_mm256_sign_epi32(q.v, n.v), den.v); }
+  // Quotients n / den truncated, for several n by one den != 0: one divide
+  // for the reciprocal of |den|, then for each n a float product and a step
+  // on the exact remainder. Three roundings leave the product within
+  // 2^-22 of the quotient relatively, so within one of it for quotients
+  // below 2^20 (the recolour clips' stay below 2^17), whatever the int32 n.
+  struct Divisor {
+    V den, size;
+    VF r;
+    explicit Divisor(V d)
+        : den(d), size(Abs(d)), r(_mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_cvtepi32_ps(size.v))) {}
+    VX_INLINE V operator()(V n) const {
+      const V a = Abs(n);
+      const V q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), r.v));
+      return Signed(Correct(a, q, size), n, den);
+    }
+  };
+  static VX_INLINE Divisor DivideBy(V den) { return Divisor(den); }
 };
 
 // 8 bits. The divide runs in float: for numerators below 2^16 the correctly
@@ -137,21 +154,6 @@ struct Lanes8 : IntLanes {
   static VX_INLINE V Quot(V a, V b) {
     return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)));
   }
-  // Quotients n / den truncated, for several n by one den != 0: one divide
-  // for the reciprocal of |den|, then for each n a product within one of
-  // the quotient (|n| < 2^23) and a step on the exact remainder.
-  struct Divisor {
-    V den, size;
-    VF r;
-    explicit Divisor(V d)
-        : den(d), size(Abs(d)), r(_mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_cvtepi32_ps(size.v))) {}
-    VX_INLINE V operator()(V n) const {
-      const V a = Abs(n);
-      const V q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), r.v));
-      return Signed(Correct(a, q, size), n, den);
-    }
-  };
-  static VX_INLINE Divisor DivideBy(V den) { return Divisor(den); }
   // The soft-light curve each lane's source picks, x(1 - x) where dark and
   // D(x) - x elsewhere, from one gather over both tables.
   static VX_INLINE V SoftLightCurve(Mask dark, V d) {
@@ -194,24 +196,6 @@ struct Lanes16 : IntLanes {
     const V q = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(n.v), _mm256_cvtepi32_ps(den.v)));
     return Correct(n, q, den);
   }
-  // Quotients n / den truncated, for several n by one den != 0: the
-  // reciprocal of |den| in double once, then for each n a product within
-  // one of the quotient and a step on the exact remainder.
-  struct Divisor {
-    V den, size;
-    __m256d r_lo, r_hi;
-    explicit Divisor(V d) : den(d), size(Abs(d)) {
-      r_lo = _mm256_div_pd(_mm256_set1_pd(1.0), _mm256_cvtepi32_pd(_mm256_castsi256_si128(size.v)));
-      r_hi = _mm256_div_pd(_mm256_set1_pd(1.0), _mm256_cvtepi32_pd(_mm256_extracti128_si256(size.v, 1)));
-    }
-    VX_INLINE V operator()(V n) const {
-      const V a = Abs(n);
-      const __m128i lo = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(a.v)), r_lo));
-      const __m128i hi = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(a.v, 1)), r_hi));
-      return Signed(Correct(a, V(_mm256_set_m128i(hi, lo)), size), n, den);
-    }
-  };
-  static VX_INLINE Divisor DivideBy(V den) { return Divisor(den); }
   // Entries i and i + 1 of the table at `base`, moved by a per-lane byte
   // offset, come from one 32-bit gather. d = 32768 reads the last pair with
   // a fraction of 8, which lands on entry 4096 exactly; a fraction of 0
