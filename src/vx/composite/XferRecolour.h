@@ -139,6 +139,10 @@ struct XferRecolourMath {
     const T e = L - Luma(c);
     _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) c[i] = Keep16(c[i] + e);
+    if constexpr (kLanes && M::k8) {
+      ClipEither(c, L);
+      return;
+    }
     const T n = Min3(c[0], c[1], c[2]);
     const B low = n < T(0) && L - n != T(0);
     if (Any(low)) {
@@ -153,6 +157,22 @@ struct XferRecolourMath {
       _Pragma("GCC unroll 3")
       for (int i = 0; i < 3; ++i) c[i] = M::Select(high, Keep16(L + Scaled(by, c[i] - L, T(M::kWhite) - L)), c[i]);
     }
+  }
+
+  // The two pulls of SetLum as one on 8-bit lanes. Every triple here spans
+  // at most 255 (a saturation, or a pixel's own channels), so no lane has
+  // both a channel below 0 and one above 255; and after the low pull the
+  // largest channel is L + (x - L) L / (L - n) <= 255 L / (L - n) < 255, so
+  // the high pull never follows it. Each lane takes one pull or none, and
+  // a block needs one divisor instead of two.
+  static VX_INLINE void ClipEither(T* c, T L) {
+    const T n = Min3(c[0], c[1], c[2]), x = Max3(c[0], c[1], c[2]);
+    const B low = n < T(0), high = x > T(M::kWhite), either = low || high;
+    if (!Any(either)) return;
+    const auto by = DivideBy(M::Select(low, L - n, M::Select(high, x - L, T(1))));
+    const T k = M::Select(low, L, T(M::kWhite) - L);
+    _Pragma("GCC unroll 3")
+    for (int i = 0; i < 3; ++i) c[i] = M::Select(either, L + Scaled(by, c[i] - L, k), c[i]);
   }
 
   // Mixes c into d's colours by sa where `mixes`; elsewhere d stays.
