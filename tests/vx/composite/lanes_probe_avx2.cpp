@@ -12,14 +12,13 @@ void VXtest_Div16Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t n
   }
 }
 
-// Quotients by one divisor a lane, through the reciprocal forms of the
-// 8-bit (depth 8) or 16-bit lanes.
-void VXtest_DivisorLanes(int depth, const int32_t* n, const int32_t* d, int32_t* q, int32_t count) {
+// Quotients by one divisor a lane, through the lanes' reciprocal form.
+void VXtest_DivisorLanes(const int32_t* n, const int32_t* d, int32_t* q, int32_t count) {
   using vx::lanes::V;
   for (int32_t i = 0; i + 8 <= count; i += 8) {
     const V x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(n + i));
     const V y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d + i));
-    const V r = depth == 8 ? vx::lanes::Lanes8::DivideBy(y)(x) : vx::lanes::Lanes16::DivideBy(y)(x);
+    const V r = vx::lanes::IntLanes::DivideBy(y)(x);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(q + i), r.v);
   }
 }

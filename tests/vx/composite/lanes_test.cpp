@@ -64,37 +64,44 @@ TEST(Lanes16Divide, AgreesWithDiv16) {
 extern const uint8_t VXp_G_SoftLightA_8[256];
 extern const uint8_t VXp_G_SoftLightB_8[256];
 
-void VXtest_DivisorLanes(int depth, const int32_t* n, const int32_t* d, int32_t* q, int32_t count);
+void VXtest_DivisorLanes(const int32_t* n, const int32_t* d, int32_t* q, int32_t count);
 
 namespace {
 
-// Truncated quotients through a lane reciprocal against C++ division: both
-// signs, divisors from 1 up, numerators up to each depth's bound (2^23 at 8
-// bits, 2^31 at 16), and exact multiples and their neighbours, where a
-// product estimate is most likely off by one.
+// Truncated quotients through the lane reciprocal against C++ division,
+// both signs, in the two regimes the recolour pulls rely on: any divisor
+// with numerators below 2^23, and any int32 numerator whose quotient stays
+// below 2^20. Exact multiples and their neighbours are where a product
+// estimate is most likely off by one.
 TEST(LaneDivisor, TruncatesLikeIntegerDivision) {
   if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
   std::mt19937 rng(7);
-  for (int depth : {8, 16}) {
-    const int64_t limit = depth == 8 ? (int64_t(1) << 23) - 1 : INT32_MAX;
-    std::vector<int32_t> n, d;
-    for (int i = 0; i < 200000; ++i) {
-      const int32_t den = static_cast<int32_t>(1 + rng() % (i % 3 == 0 ? 16 : i % 3 == 1 ? 70000 : 1u << 24));
-      int64_t num = static_cast<int64_t>(rng() % static_cast<uint64_t>(limit + 1));
-      if (i % 4 == 0) num = std::min<int64_t>(limit, (num / den) * den + static_cast<int64_t>(rng() % 3) - 1);
-      const int32_t sn = (i & 1) ? -1 : 1, sd = (i & 2) ? -1 : 1;
-      n.push_back(static_cast<int32_t>(sn * std::max<int64_t>(num, 0)));
-      d.push_back(sd * den);
+  std::vector<int32_t> n, d;
+  for (int i = 0; i < 400000; ++i) {
+    const int32_t den = static_cast<int32_t>(1 + rng() % (i % 3 == 0 ? 16 : i % 3 == 1 ? 70000 : 1u << 24));
+    const bool wide = (i >> 2) & 1;
+    int64_t num;
+    if (wide) {
+      const int64_t top = std::min<int64_t>(INT32_MAX, (int64_t(1) << 20) * den - 1);
+      num = static_cast<int64_t>(rng() % static_cast<uint64_t>(top + 1));
+      if (i % 8 == 4) num = std::min<int64_t>(top, (num / den) * den + static_cast<int64_t>(rng() % 3) - 1);
+    } else {
+      const int64_t top = (int64_t(1) << 23) - 1;
+      num = static_cast<int64_t>(rng() % static_cast<uint64_t>(top + 1));
+      if (i % 8 == 0) num = std::min<int64_t>(top, (num / den) * den + static_cast<int64_t>(rng() % 3) - 1);
     }
-    std::vector<int32_t> q(n.size());
-    VXtest_DivisorLanes(depth, n.data(), d.data(), q.data(), static_cast<int32_t>(n.size()));
-    int bad = 0;
-    for (size_t i = 0; i < n.size() && bad < 5; ++i)
-      if (q[i] != n[i] / d[i]) {
-        ADD_FAILURE() << "depth " << depth << ": " << n[i] << " / " << d[i] << " gave " << q[i];
-        ++bad;
-      }
+    const int32_t sn = (i & 1) ? -1 : 1, sd = (i & 2) ? -1 : 1;
+    n.push_back(static_cast<int32_t>(sn * std::max<int64_t>(num, 0)));
+    d.push_back(sd * den);
   }
+  std::vector<int32_t> q(n.size());
+  VXtest_DivisorLanes(n.data(), d.data(), q.data(), static_cast<int32_t>(n.size()));
+  int bad = 0;
+  for (size_t i = 0; i < n.size() && bad < 5; ++i)
+    if (q[i] != n[i] / d[i]) {
+      ADD_FAILURE() << n[i] << " / " << d[i] << " gave " << q[i];
+      ++bad;
+    }
 }
 
 }  // namespace
