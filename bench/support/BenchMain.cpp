@@ -1,8 +1,12 @@
 // The benchmarks run with the package started, single-threaded unless a
-// benchmark installs the worker pool itself.
+// benchmark installs the worker pool itself. VX_BENCH_ISA=avx2, ssse3 or
+// scalar caps the vector forms, to time what a processor without the wider
+// sets would run.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "vx/VX.h"
 #include "vxhost/Host.h"
@@ -13,6 +17,11 @@ int main(int argc, char** argv) {
   if (VX_CheckVersions(0, VX_kPackageVersion) || VX_Birth()) {
     std::fprintf(stderr, "vx_bench: the package did not start\n");
     return 1;
+  }
+  if (const char* isa = std::getenv("VX_BENCH_ISA")) {
+    const bool scalar = std::strcmp(isa, "scalar") == 0;
+    const bool ssse3 = std::strcmp(isa, "ssse3") == 0;
+    KU_SetCPUFeatures(!scalar, !scalar, !scalar && !ssse3, 0);
   }
   ADDN_RunPluginScan();
   benchmark::RunSpecifiedBenchmarks();
