@@ -139,11 +139,11 @@ struct XferRecolourMath {
     const T e = L - Luma(c);
     _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) c[i] = Keep16(c[i] + e);
-    if constexpr (kLanes && M::k8) {
-      ClipEither(c, L);
-      return;
-    }
     const T n = Min3(c[0], c[1], c[2]);
+    if constexpr (kLanes && !M::kFloat) {
+      const T x = Max3(c[0], c[1], c[2]);
+      if (M::k8 || !Any(x - n > T(M::kWhite))) return ClipEither(c, L, n, x);
+    }
     const B low = n < T(0) && L - n != T(0);
     if (Any(low)) {
       const auto by = DivideBy(M::Select(low, L - n, T(1)));
@@ -159,14 +159,15 @@ struct XferRecolourMath {
     }
   }
 
-  // The two pulls of SetLum as one on 8-bit lanes. Every triple here spans
-  // at most 255 (a saturation, or a pixel's own channels), so no lane has
-  // both a channel below 0 and one above 255; and after the low pull the
-  // largest channel is L + (x - L) L / (L - n) <= 255 L / (L - n) < 255, so
-  // the high pull never follows it. Each lane takes one pull or none, and
-  // a block needs one divisor instead of two.
-  static VX_INLINE void ClipEither(T* c, T L) {
-    const T n = Min3(c[0], c[1], c[2]), x = Max3(c[0], c[1], c[2]);
+  // The two pulls of SetLum as one on integer lanes, for triples that span
+  // at most white W (every one at 8 bits, where a triple is a saturation or
+  // a pixel's own channels; at 16 bits unless a channel was out of range).
+  // Then no lane has both a channel below 0 and one above W; and after the
+  // low pull the largest channel is L + (x - L) L / (L - n)
+  // <= W L / (L - n) < W, since x - L <= W - (L - n), so the high pull never
+  // follows it. Each lane takes one pull or none, and a block needs one
+  // divisor instead of two.
+  static VX_INLINE void ClipEither(T* c, T L, T n, T x) {
     const B low = n < T(0), high = x > T(M::kWhite), either = low || high;
     if (!Any(either)) return;
     const auto by = DivideBy(M::Select(low, L - n, M::Select(high, x - L, T(1))));
@@ -179,6 +180,14 @@ struct XferRecolourMath {
   template <class P>
   static VX_INLINE void Mix(const T* c, T sa, B mixes, P& d) {
     const B full = sa == T(M::kWhite);
+    if constexpr (kLanes) {
+      // Opaque stretches of a layer need no lerp at all.
+      if (All(full)) {
+        _Pragma("GCC unroll 3")
+        for (int i = 0; i < 3; ++i) Colour(d, i) = M::Select(mixes, c[i], T(Colour(d, i)));
+        return;
+      }
+    }
     _Pragma("GCC unroll 3")
     for (int i = 0; i < 3; ++i) {
       const T old = T(Colour(d, i));

@@ -17,8 +17,8 @@ constexpr int32_t kRecolourModes[] = {XferHue,        XferSaturation,   XferColo
                                       XferLuminosity, XferLighterColor, XferDarkerColor};
 
 // Colours with ties between channels and greys as often as not, alphas 0
-// and white often (RandomPixel); at float now and then a value outside
-// 0..1, a denormal, an infinity or NaN.
+// and white often (RandomPixel); at 16 bits now and then a colour above
+// white, and at float a value outside 0..1, a denormal, an infinity or NaN.
 template <class Pixel>
 Pixel Colourful(vxtest::Random& r) {
   Pixel p = xt::RandomPixel<Pixel>(r);
@@ -34,6 +34,14 @@ Pixel Colourful(vxtest::Random& r) {
       break;
     default:
       break;
+  }
+  if constexpr (std::is_same_v<Pixel, VX_Pixel16>) {
+    // A little above white, where a triple may span more than white and
+    // the clip steps can't be merged.
+    if (r.Int(0, 30) == 0) {
+      Ch<Pixel>* channels[] = {&p.red, &p.green, &p.blue};
+      *channels[r.Int(0, 2)] = static_cast<Ch<Pixel>>(r.Int(32769, 40000));
+    }
   }
   if constexpr (xt::kFloat<Pixel>) {
     if (r.Int(0, 30) == 0) {
