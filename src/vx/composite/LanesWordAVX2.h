@@ -114,10 +114,39 @@ struct Lanes8W {
                 half(_mm256_unpackhi_epi16(r.v, g.v), _mm256_unpackhi_epi16(b.v, one)));
   }
   static VX_INLINE W Luma(const LanePixel<W>& p) { return luma(p.red, p.green, p.blue); }
+  // Products a x b divided by one den in 1..512, truncated toward zero, for
+  // |a| x b below 2^16 and quotients below 2^15 (the recolour steps':
+  // saturation's a x b / top, and the clip pulls', whose |c - L| and k stay
+  // within 255 and den within 510). R = floor(65536 / den): the float
+  // quotient is within 2^-9 of 65536 / den, closer than any non-integer
+  // quotient by den <= 512 comes to an integer, so it truncates to the
+  // floor (den = 1 saturates to 65535). Then the high half of |a| b x R is
+  // the quotient or one below it, and the remainder, below 2 den, is exact
+  // in a 16-bit lane and says which.
+  struct Divisor {
+    W den, below, R;
+    explicit Divisor(W d) : den(d), below(d - W(1)) {
+      const __m256i zero = _mm256_setzero_si256();
+      const auto reciprocal = [](__m256i x) VX_INLINE_LAMBDA {
+        return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_set1_ps(65536.0f), _mm256_cvtepi32_ps(x)));
+      };
+      R = _mm256_packus_epi32(reciprocal(_mm256_unpacklo_epi16(d.v, zero)),
+                              reciprocal(_mm256_unpackhi_epi16(d.v, zero)));
+    }
+    // |n| / den for n = |a| x b, taken as unsigned.
+    VX_INLINE W Unsigned(W n) const {
+      const W q = _mm256_mulhi_epu16(n.v, R.v);
+      return q - W((n - q * den > below).m);
+    }
+    VX_INLINE W Scaled(W a, W b) const { return _mm256_sign_epi16(Unsigned(Abs(a) * b).v, a.v); }
+  };
+  static VX_INLINE Divisor DivideBy(W den) { return Divisor(den); }
   // a x b / den truncated, for a, b in 0..255 and a quotient within 0..255
   // (saturation's). A reciprocal estimate puts the float quotient within
   // 0.1 of it; the remainder, below 2 den in size, is exact in a 16-bit
-  // lane, and one step on it corrects the truncated estimate.
+  // lane, and one step on it corrects the truncated estimate. (Shorter in
+  // latency than the divisor's exact reciprocal, which matters here: the
+  // recolour steps are one long chain.)
   static VX_INLINE W ScaledQuot(W a, W b, W den) {
     const W n = a * b;
     const __m256i zero = _mm256_setzero_si256();
@@ -130,13 +159,6 @@ struct Lanes8W {
     const W rem = n - q * den;
     return q + W((rem < W(0)).m) - W((rem >= den).m);
   }
-  // Products a x b divided by one den != 0, through the int32 halves' reciprocals.
-  struct Divisor {
-    Lanes8::Divisor lo, hi;
-    explicit Divisor(W d) : lo(Lower(d)), hi(Upper(d)) {}
-    VX_INLINE W Scaled(W a, W b) const { return Join(lo(Lower(a) * Lower(b)), hi(Upper(a) * Upper(b))); }
-  };
-  static VX_INLINE Divisor DivideBy(W den) { return Divisor(den); }
 };
 
 // Sixteen 8-bit pixels to four channel vectors of 16-bit lanes and back.

@@ -182,6 +182,27 @@ void CheckWordLanes8(decltype(&VXtest_WordLanes8) probe) {
       }
     }
   }
+  // The clip pulls' quotients: |a| and b up to 255 over every divisor up to
+  // 512, truncated toward zero, wherever the quotient fits 15 bits.
+  constexpr int32_t kPairs = 511 * 256;
+  a.resize(kPairs);
+  b.resize(kPairs);
+  c.resize(kPairs);
+  out.resize(kPairs);
+  for (int32_t i = 0; i < kPairs; ++i) {
+    a[i] = static_cast<int16_t>(i / 256 - 255);
+    b[i] = static_cast<int16_t>(i % 256);
+  }
+  for (int32_t den = 1; den <= 512; ++den) {
+    std::fill(c.begin(), c.end(), static_cast<int16_t>(den));
+    probe(6, a.data(), b.data(), c.data(), out.data(), kPairs);
+    for (int32_t i = 0; i < kPairs; ++i) {
+      const int32_t want = a[i] * b[i] / den;
+      if (want > -32768 && want < 32768) {
+        ASSERT_EQ(out[i], want) << a[i] << " x " << b[i] << " / " << den;
+      }
+    }
+  }
 }
 
 TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
