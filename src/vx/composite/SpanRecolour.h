@@ -10,7 +10,7 @@
 #pragma once
 #include <immintrin.h>
 
-#include "composite/LanesWordAVX2.h"
+#include "composite/LanesTwice.h"
 #include "composite/ModeEntries.h"
 #include "composite/SpanKernels.h"
 #include "composite/SpanVector.h"
@@ -31,7 +31,7 @@ struct LanesOf<VX_Pixel8> {
 };
 
 template <class Pixel>
-struct IO {
+struct OneBlock {
   typedef typename LanesOf<Pixel>::P P;
   typedef typename P::M L;
   typedef typename L::T T;
@@ -61,6 +61,36 @@ struct IO {
   }
 };
 
+// Two blocks as one, on paired lanes.
+template <class Pixel>
+struct TwoBlocks {
+  typedef OneBlock<Pixel> One;
+  typedef Twice<typename One::L> L;
+  typedef typename L::T T;
+  static constexpr int32_t kPixels = 2 * One::kPixels;
+  static VX_INLINE void Load(const Pixel* p, LanePixel<T>& q) {
+    LanePixel<typename One::T> a, b;
+    One::Load(p, a);
+    One::Load(p + One::kPixels, b);
+    q = {{a.alpha, b.alpha}, {a.red, b.red}, {a.green, b.green}, {a.blue, b.blue}};
+  }
+  static VX_INLINE T Alpha(const Pixel* p) { return {One::Alpha(p), One::Alpha(p + One::kPixels)}; }
+  static VX_INLINE void Store(const LanePixel<T>& q, Pixel* p) {
+    One::Store({q.alpha.lo, q.red.lo, q.green.lo, q.blue.lo}, p);
+    One::Store({q.alpha.hi, q.red.hi, q.green.hi, q.blue.hi}, p + One::kPixels);
+  }
+  static VX_INLINE void Spill(T x, typename vx::Arith<Pixel>::T* out) {
+    One::Spill(x.lo, out);
+    One::Spill(x.hi, out + One::kPixels);
+  }
+};
+
+#ifndef VX_RECOLOUR_BLOCKS
+#define VX_RECOLOUR_BLOCKS OneBlock
+#endif
+template <class Pixel>
+using IO = VX_RECOLOUR_BLOCKS<Pixel>;
+
 template <class Pixel>
 using Lane = typename IO<Pixel>::L::T;
 
@@ -78,7 +108,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
   T sa = s.alpha;
   if (Scale) sa = L::mul(sa, opacity);
   if (HasMask) sa = L::mul(sa, io::Alpha(mask));
-  const Mask none = sa == T(0);
+  const auto none = sa == T(0);
   if (All(none)) return;
   if constexpr (Behind) {
     if (!None(!none && io::Alpha(dst) != T(L::kWhite))) {
@@ -91,7 +121,7 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
   LanePixel<T> d;
   io::Load(dst, d);
   T c[3];
-  const Mask mixes = vx::XferOp<Mode, Pixel, L>::Triple(s, d, d, c) && !none;
+  const auto mixes = vx::XferOp<Mode, Pixel, L>::Triple(s, d, d, c) && !none;
   R::Mix(c, sa, mixes, d);
   io::Store(d, dst);
 }

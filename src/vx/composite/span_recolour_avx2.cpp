@@ -1,4 +1,5 @@
 // The recolour modes on vector lanes with AVX2.
+#define VX_RECOLOUR_BLOCKS TwoBlocks
 #include "composite/SpanRecolour.h"
 
 template <class Pixel>

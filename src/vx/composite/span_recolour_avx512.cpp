@@ -1,4 +1,5 @@
 // The recolour modes on vector lanes with AVX-512's mask registers.
+#define VX_RECOLOUR_BLOCKS TwoBlocks
 #include "composite/SpanRecolour.h"
 
 template <class Pixel>
