@@ -1,5 +1,6 @@
 """Prints each benchmark case as ratios to the yardsticks of its group."""
 import json
+import statistics
 import sys
 from collections import defaultdict
 
@@ -7,10 +8,15 @@ from collections import defaultdict
 def main(path):
     with open(path) as f:
         runs = [b for b in json.load(f)["benchmarks"] if b.get("run_type", "iteration") == "iteration"]
-    groups = defaultdict(dict)
+    # With --benchmark_repetitions each case appears once a repetition; its
+    # median is steadier than any one run on a shared machine.
+    times = defaultdict(list)
     for b in runs:
-        group, _, case = b["name"].partition("/")
-        groups[group][case] = b["real_time"]
+        times[b.get("run_name", b["name"])].append(b["real_time"])
+    groups = defaultdict(dict)
+    for name, ts in times.items():
+        group, _, case = name.partition("/")
+        groups[group][case] = statistics.median(ts)
     for group, cases in sorted(groups.items()):
         yardsticks = {c: t for c, t in cases.items() if c.startswith("yardstick_")}
         print(f"{group}:")
