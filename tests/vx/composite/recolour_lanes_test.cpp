@@ -6,7 +6,9 @@
 #include <cstring>
 #include <limits>
 
+#include "vx/LinearBlending.h"
 #include "vx/composite/SpanTestSupport.h"
+#include "vxhost/ORX.h"
 
 namespace {
 
@@ -180,6 +182,54 @@ TYPED_TEST(RecolourLanes, ReplacedStageRunsStaged) {
   ASSERT_EQ(VX_BlendPipeline<Pixel>(nullptr, 61, &d, src.data(), nullptr, scratch.data(), staged.data()), 0);
   EXPECT_EQ(g_behind_calls, 1);
   for (size_t i = 0; i < dst.size(); ++i) ASSERT_TRUE(Identical(fused[i], staged[i])) << i;
+}
+
+// In linear light behind and the mode share one trip to linear light, and
+// between them only the pixels behind changed are rounded through the
+// stored depth when the tables' trip is stable; everything else must come
+// out as the staged path, with its two full trips, makes it. Both kinds of
+// tables: the default profile's, and a copy whose dark codes round away.
+template <class Pixel, bool HasMask>
+VX_Err OwnTableBehind(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const VX_LinearBlendingTables* t,
+                      const Pixel* src, const Pixel* mask, Pixel* dst) {
+  VX_InnerBlendingFunc<Pixel> own{nullptr};
+  VX_GetInnerBlendingFunc<Pixel, HasMask, true>(XferBehind, &own);
+  return own.func(count, d, t, src, mask, dst);
+}
+
+template <class Pixel>
+void CheckLinearLightAgainstStaged(const VX_LinearBlendingTables& tables, uint32_t seed) {
+  vxtest::Random r(seed);
+  for (int32_t mode : kRecolourModes)
+    for (bool with_mask : {false, true}) {
+      const int32_t n = r.Int(1, 90);
+      std::vector<Pixel> src(n), dst(n), mask = st::RandomRow<Pixel>(r, n);
+      for (auto& p : src) p = Colourful<Pixel>(r);
+      for (auto& p : dst) p = Colourful<Pixel>(r);
+      const auto opacity = r.Int(0, 3) ? xt::kW<Pixel> : static_cast<Ch<Pixel>>(r.Int(0, xt::kW<Pixel>));
+      const bool keep = r.Int(0, 1);
+      VX_BlendModeDescriptor<Pixel> d(VX_BlendingMode<Pixel>{mode, 0, opacity, keep}, with_mask, &tables);
+      const Pixel* m = with_mask ? mask.data() : nullptr;
+      auto fused = dst, staged = dst;
+      std::vector<Ch<Pixel>> scratch(dst.size());
+      ASSERT_EQ(VX_BlendPipeline<Pixel>(nullptr, n, &d, src.data(), m, scratch.data(), fused.data()), 0);
+      d.behind_func.func = with_mask ? &OwnTableBehind<Pixel, true> : &OwnTableBehind<Pixel, false>;
+      ASSERT_EQ(VX_BlendPipeline<Pixel>(nullptr, n, &d, src.data(), m, scratch.data(), staged.data()), 0);
+      for (int32_t i = 0; i < n; ++i)
+        ASSERT_TRUE(Identical(fused[i], staged[i]))
+            << xt::ModeName(mode) << " mask " << with_mask << ": " << src[i] << " on " << dst[i];
+    }
+}
+
+TEST(RecolourLinearLight, OneTripMatchesTheStagedTwo) {
+  const auto tables = VX_MakeLinearizationTables(TNT_ORX_GetDefaultProfile());
+  VX_LinearBlendingTables rough = *tables;
+  for (int c = 1; c < 24; ++c) rough.to_linear[c] = static_cast<uint16_t>(rough.to_linear[c] + 37 * c);
+  for (uint32_t seed = 1; seed <= 40; ++seed) {
+    CheckLinearLightAgainstStaged<VX_Pixel8>(*tables, seed);
+    CheckLinearLightAgainstStaged<VX_Pixel8>(rough, seed);
+    CheckLinearLightAgainstStaged<VX_Pixel16>(*tables, seed);
+  }
 }
 
 // Dissolve: the row's seed steps by one a pixel, and a pixel of partial
