@@ -75,9 +75,12 @@ void Release(ORXProfile* profile);
 void Retain(ORXTransform* transform);
 void Release(ORXTransform* transform);
 
-// Wraps a Little CMS profile (taking it over) and works out its identity and
-// kind. `name` replaces the profile's own description when not empty.
-ORXProfile* WrapProfile(cmsHPROFILE handle, const std::wstring& name, ORX_Error* err);
+// Wraps a Little CMS profile (taking it over, and closing it on failure) and
+// works out its identity and kind. `name` replaces the profile's own
+// description when not empty. `file` holds the bytes a profile was read from;
+// without it the profile was made here.
+ORXProfile* WrapProfile(cmsHPROFILE handle, const std::wstring& name, ORX_Error* err,
+                        const std::vector<uint8_t>* file = nullptr);
 // The built-in profile of a code, one shared object per code (a new reference).
 ORX_Error BuiltInProfile(int32_t code, ORXProfile** out);
 

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "orx/Engine.h"
+#include "orx/Identity.h"
 
 namespace {
 
@@ -164,25 +165,59 @@ void Release(ORXProfile* profile) {
   if (profile && profile->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) delete profile;
 }
 
-ORXProfile* WrapProfile(cmsHPROFILE handle, const std::wstring& name, ORX_Error* err) {
+namespace {
+
+std::vector<uint8_t> Serialise(cmsHPROFILE handle) {
+  cmsUInt32Number size = 0;
+  if (!cmsSaveProfileToMem(handle, nullptr, &size) || size < 128) return {};
+  std::vector<uint8_t> bytes(size);
+  if (!cmsSaveProfileToMem(handle, bytes.data(), &size)) return {};
+  return bytes;
+}
+
+// A profile made here carries a zero creation date, so that its bytes, and
+// with them its ID, depend on its content only. Little CMS stamps the time
+// of creation and has no setter, so the profile is read back from its own
+// bytes with the date cleared. Takes over `handle`.
+cmsHPROFILE WithoutDate(cmsHPROFILE handle) {
+  std::vector<uint8_t> bytes = Serialise(handle);
+  cmsCloseProfile(handle);
+  if (bytes.empty()) return nullptr;
+  std::fill_n(bytes.begin() + 24, 12, 0);
+  return cmsOpenProfileFromMemTHR(orx::Context(), bytes.data(), static_cast<cmsUInt32Number>(bytes.size()));
+}
+
+}  // namespace
+
+ORXProfile* WrapProfile(cmsHPROFILE handle, const std::wstring& name, ORX_Error* err, const std::vector<uint8_t>* file) {
+  auto fail = [&](ORX_Error code, cmsHPROFILE h) -> ORXProfile* {
+    if (h) cmsCloseProfile(h);
+    *err = code;
+    return nullptr;
+  };
+  if (!name.empty() && !WriteName(handle, name)) return fail(ORX_Err_OutOfMemory, handle);
+  if (!file && !(handle = WithoutDate(handle))) return fail(ORX_Err_OutOfMemory, nullptr);
+  // A file keeps the ID it carries when that ID matches its bytes; anything
+  // else is identified by its bytes without the date.
+  if (file && CarriesValidID(file->data(), file->size())) {
+    cmsProfileID own;
+    std::memcpy(own.ID8, file->data() + 84, 16);
+    cmsSetHeaderProfileID(handle, own.ID8);
+  } else {
+    const std::vector<uint8_t> bytes = Serialise(handle);
+    if (bytes.empty()) return fail(ORX_Err_BadProfile, handle);
+    uint8_t digest[16];
+    DigestProfileBytes(bytes.data(), bytes.size(), true, digest);
+    cmsSetHeaderProfileID(handle, digest);
+  }
   auto* p = new ORXProfile;
   p->handle = handle;
-  if (!name.empty() && !WriteName(handle, name)) {
-    *err = ORX_Err_OutOfMemory;
-    delete p;
-    return nullptr;
-  }
   p->name = name.empty() ? ReadName(handle) : name;
   const cmsProfileClassSignature kind = cmsGetDeviceClass(handle);
   p->rgb = cmsGetColorSpace(handle) == cmsSigRgbData && kind != cmsSigLinkClass && kind != cmsSigAbstractClass &&
            kind != cmsSigNamedColorClass;
   p->matrix_shaper = p->rgb && cmsIsMatrixShaper(handle);
   p->over_range = p->matrix_shaper && CurvesAreLinear(handle);
-  if (!cmsMD5computeID(handle)) {
-    *err = ORX_Err_BadProfile;
-    delete p;
-    return nullptr;
-  }
   cmsGetHeaderProfileID(handle, p->id);
   *err = ORX_Err_None;
   return p;
@@ -234,7 +269,9 @@ ORX_Error ORX_ProfileFromICCDataProc(ORXProfile** out, const void* data, size_t 
       return ORX_Err_BadProfile;
     }
     ORX_Error err = ORX_Err_None;
-    *out = orx::WrapProfile(handle, std::wstring(), &err);
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    const std::vector<uint8_t> file(bytes, bytes + DeclaredSize(data));
+    *out = orx::WrapProfile(handle, std::wstring(), &err, &file);
     return err;
   });
 }

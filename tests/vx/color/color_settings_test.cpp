@@ -2,7 +2,13 @@
 // render Guid and its trace, and the emergency settings.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vx/color/ColorTestSupport.h"
@@ -148,6 +154,38 @@ TEST(ColorSettings, CopiesTakeNoCachesAndAssignmentFollowsThePools) {
   VX_ColorSettings& same = d;
   d = same;
   EXPECT_TRUE(d.IsValid());
+}
+
+// Settings on a profile derived in this process, so nothing in them was made
+// before the process started.
+std::string DerivedSettingsGuid() {
+  TNT_ORX_ProfilePool pool;
+  VX_ColorSettings s(&pool);
+  s.SetProfile(TNT_ORX_GetLinearRGBProfile(P(ORX_Profile_Rec2020)));
+  s.SetLinearBlending(true);
+  return s.GetRenderGuid().ToString();
+}
+
+TEST(ColorSettings, RenderGuidIsTheSameInAnotherProcessAtAnotherTime) {
+  if (std::getenv("VX_TEST_PRINT_GUID")) {
+    std::printf("guid=%s\n", DerivedSettingsGuid().c_str());
+    return;
+  }
+  const std::string here = DerivedSettingsGuid();
+  std::this_thread::sleep_until(std::chrono::ceil<std::chrono::seconds>(std::chrono::system_clock::now()) +
+                                std::chrono::milliseconds(20));
+  const std::string self = "VX_TEST_PRINT_GUID=1 '" + std::filesystem::read_symlink("/proc/self/exe").string() +
+                           "' --gtest_filter=" +
+                           std::string(::testing::UnitTest::GetInstance()->current_test_suite()->name()) + "." +
+                           ::testing::UnitTest::GetInstance()->current_test_info()->name();
+  FILE* child = popen(self.c_str(), "r");
+  ASSERT_NE(child, nullptr);
+  std::string there;
+  char line[512];
+  while (std::fgets(line, sizeof line, child))
+    if (std::strncmp(line, "guid=", 5) == 0) there.assign(line + 5, std::strcspn(line + 5, "\n"));
+  EXPECT_EQ(pclose(child), 0);
+  EXPECT_EQ(there, here);
 }
 
 void Collect(const std::string& line, void* refcon) { static_cast<std::vector<std::string>*>(refcon)->push_back(line); }
