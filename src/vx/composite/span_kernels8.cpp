@@ -1,4 +1,0 @@
-// The four VX_GetInnerBlendingFunc instances of VX_Pixel8.
-#include "composite/SpanTable.h"
-
-VX_SPAN_INSTANTIATE(VX_Pixel8)

@@ -1,4 +1,0 @@
-// The four VX_GetInnerBlendingFunc instances of VX_PixelFloat.
-#include "composite/SpanTable.h"
-
-VX_SPAN_INSTANTIATE(VX_PixelFloat)

@@ -1,0 +1,97 @@
+// Planning a row: which span stages run around a mode's kernel, taken from
+// the table of replaceable operations so that a host's replacements apply.
+#include "composite/mattes/MatteStages.h"
+#include "composite/spans/SpanVector.h"
+#include "core/Internal.h"
+#include "vx/Blend.h"
+
+namespace {
+
+// The matte stages of a depth start at this slot: flatten and lift for
+// black, white, grey, then the alpha merge.
+template <class Pixel>
+constexpr int32_t FirstStageSlot() {
+  constexpr int index = VX_PixelTraits<Pixel>::kDepthIndex;
+  return index == 0 ? VX_Slot_MatteBlack8 : (index == 1 ? VX_Slot_MatteBlack16 : VX_Slot_MatteBlackF);
+}
+
+template <class Pixel>
+void TakeMattePair(VX_BlendModeDescriptor<Pixel>& d, int32_t stage) {
+  d.uses_matte = d.saves_alpha = d.merges_alpha = true;
+  d.matte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage);
+  d.unmatte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage + 1);
+}
+
+}  // namespace
+
+template <class Pixel>
+VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixel>& mode_, bool has_mask,
+                                                      const VX_LinearBlendingTables* tables_)
+    : mode(mode_),
+      behind_func{nullptr},
+      matte_func(nullptr),
+      unmatte_func(nullptr),
+      blend_func{nullptr},
+      alpha_func(nullptr),
+      uses_matte(false),
+      needs_behind(false),
+      saves_alpha(false),
+      merges_alpha(false),
+      tables(tables_) {
+  const int32_t slot = VX_InnerBlendingSlot(has_mask, tables_ != nullptr, VX_PixelTraits<Pixel>::kDepthIndex);
+  if (auto get = VXp_Slot<VX_GetInnerBlendingProc<Pixel>>(slot)) {
+    get(mode.transfer_mode, &blend_func);
+    get(XferBehind, &behind_func);
+  }
+  alpha_func = VXp_Slot<VX_BlendAlphaProc<Pixel>>(FirstStageSlot<Pixel>() + 6);
+  switch (VX_XferFamilyOf(mode.transfer_mode)) {
+    case VX_XferFamily::SpanOnly:
+    case VX_XferFamily::Dissolve:
+    case VX_XferFamily::AlphaOnly:
+      break;
+    case VX_XferFamily::Direct:
+      // Copy and behind keep the destination's alpha themselves.
+      saves_alpha = mode.transfer_mode != XferCopy && mode.transfer_mode != XferBehind;
+      break;
+    case VX_XferFamily::ThreeTerm:
+      saves_alpha = true;
+      break;
+    case VX_XferFamily::Recolour:
+      needs_behind = saves_alpha = true;
+      break;
+    case VX_XferFamily::BlackMatte:
+    case VX_XferFamily::WhiteMatte:
+    case VX_XferFamily::GreyMatte:
+      TakeMattePair(*this, VXp_MatteStageOf(VX_XferFamilyOf(mode.transfer_mode)));
+      break;
+    case VX_XferFamily::None:
+      VXp_ReportMessage(VXp_Site(0x35), VXp_Msg_UnimplementedBlendingMode);
+      break;
+  }
+}
+
+template struct VX_BlendModeDescriptor<VX_Pixel8>;
+template struct VX_BlendModeDescriptor<VX_Pixel16>;
+template struct VX_BlendModeDescriptor<VX_PixelFloat>;
+
+template <class Pixel>
+VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask) {
+  if (!d.uses_matte || !d.merges_alpha || d.tables || !VXp_HasAVX2()) return nullptr;
+  const int32_t mode = d.mode.transfer_mode;
+  const int32_t stage = VXp_MatteStageOf(VX_XferFamilyOf(mode));
+  if (stage < 0) return nullptr;
+  const int32_t first = FirstStageSlot<Pixel>();
+  if (!VXp_IsPackageStage(first + stage, reinterpret_cast<const void*>(d.matte_func)) ||
+      !VXp_IsPackageStage(first + stage + 1, reinterpret_cast<const void*>(d.unmatte_func)) ||
+      !VXp_IsPackageStage(first + 6, reinterpret_cast<const void*>(d.alpha_func)))
+    return nullptr;
+  VX_InnerBlendingFunc<Pixel> own{nullptr};
+  const VX_Err err = has_mask ? VX_GetInnerBlendingFunc<Pixel, true, false>(mode, &own)
+                              : VX_GetInnerBlendingFunc<Pixel, false, false>(mode, &own);
+  if (err || !own.func || own.func != d.blend_func.func) return nullptr;
+  return VXp_HasAVX512() ? VXp_FusedMatte_AVX512<Pixel>(mode) : VXp_FusedMatte_AVX2<Pixel>(mode);
+}
+
+template VXp_FusedMatteProc<VX_Pixel8> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel8>&, bool);
+template VXp_FusedMatteProc<VX_Pixel16> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel16>&, bool);
+template VXp_FusedMatteProc<VX_PixelFloat> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_PixelFloat>&, bool);
