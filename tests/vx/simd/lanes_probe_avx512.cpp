@@ -4,5 +4,5 @@
 
 void VXtest_WordLanes8_AVX512(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out,
                               int32_t count) {
-  RunWordLanes8(op, a, b, c, out, count);
+  RunWordLanes8<256>(op, a, b, c, out, count);
 }

@@ -142,13 +142,17 @@ TEST(LanesFSoftLight, EachLaneReadsItsCurve) {
 void VXtest_WordLanes8(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out, int32_t count);
 void VXtest_WordLanes8_AVX512(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out,
                               int32_t count);
+void VXtest_WordLanes8_SSSE3(int op, const int16_t* a, const int16_t* b, const int16_t* c, int16_t* out,
+                             int32_t count);
+void VXtest_Div8Lanes(const int32_t* a, const int32_t* v, int32_t* q, int32_t count);
+void VXtest_Div8Lanes_SSSE3(const int32_t* a, const int32_t* v, int32_t* q, int32_t count);
 
 namespace {
 
 // The 16-bit-lane forms of the 8-bit primitives against the scalar ones on
 // every operand pair (and every lerp triple): the rounding of products near
 // 2^16 and of negative differences is where a narrower lane would slip.
-void CheckWordLanes8(decltype(&VXtest_WordLanes8) probe) {
+void CheckWordLanes8(decltype(&VXtest_WordLanes8) probe, bool wide) {
   std::vector<int16_t> a(65536), b(65536), c(65536), out(65536);
   for (int32_t i = 0; i < 65536; ++i) {
     a[i] = static_cast<int16_t>(i >> 8);
@@ -167,6 +171,7 @@ void CheckWordLanes8(decltype(&VXtest_WordLanes8) probe) {
     for (int32_t i = 0; i < 65536; ++i)
       ASSERT_EQ(out[i], vx::lerp8(a[i], b[i], alpha)) << "lerp " << a[i] << " to " << b[i] << " by " << alpha;
   }
+  if (!wide) return;
   run(4);
   for (int32_t i = 0; i < 65536; ++i)
     ASSERT_EQ(out[i], (b[i] ? VXp_G_SoftLightB_8 : VXp_G_SoftLightA_8)[a[i]]) << "curve at " << a[i];
@@ -206,15 +211,32 @@ void CheckWordLanes8(decltype(&VXtest_WordLanes8) probe) {
 }
 
 TEST(WordLanes8, EveryOperandAgreesWithTheScalarForm) {
-  if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
-  {
+  if (KU_CPUHas(KU_CPU_SSSE3)) {
+    SCOPED_TRACE("SSSE3");
+    CheckWordLanes8(&VXtest_WordLanes8_SSSE3, false);
+  }
+  if (KU_CPUHas(KU_CPU_AVX2)) {
     SCOPED_TRACE("AVX2");
-    CheckWordLanes8(&VXtest_WordLanes8);
+    CheckWordLanes8(&VXtest_WordLanes8, true);
   }
   if (KU_CPUHas(KU_CPU_AVX512)) {
     SCOPED_TRACE("AVX-512");
-    CheckWordLanes8(&VXtest_WordLanes8_AVX512);
+    CheckWordLanes8(&VXtest_WordLanes8_AVX512, true);
   }
+}
+
+// The 8-bit divide on int32 lanes (a refined reciprocal, biased before
+// truncation) on every pair of bytes, at both widths.
+TEST(Int32Lanes8, DivideAgreesWithTheTableOnEveryPair) {
+  std::vector<int32_t> a(65536), v(65536), q(65536);
+  for (int32_t i = 0; i < 65536; ++i) a[i] = i >> 8, v[i] = i & 0xFF;
+  const auto check = [&](auto probe) {
+    std::fill(q.begin(), q.end(), -1);
+    probe(a.data(), v.data(), q.data(), 65536);
+    for (int32_t i = 0; i < 65536; ++i) ASSERT_EQ(q[i], vx::div8(a[i], v[i])) << v[i] << " / " << a[i];
+  };
+  if (KU_CPUHas(KU_CPU_SSSE3)) check(&VXtest_Div8Lanes_SSSE3);
+  if (KU_CPUHas(KU_CPU_AVX2)) check(&VXtest_Div8Lanes);
 }
 
 }  // namespace

@@ -8,6 +8,21 @@
 namespace vx {
 inline namespace VX_ISA_NS {
 
+// Over and behind where neither alpha settles the pixel: the premultiplied
+// colour behind moved toward the one in front by the front's alpha, divided
+// by the union alpha ra. Written once over the arithmetic M, for one pixel
+// or for lanes.
+template <class M>
+VX_INLINE typename M::T OverColour(typename M::T s, typename M::T sa, typename M::T d, typename M::T da,
+                                   typename M::T ra) {
+  return M::div(ra, M::lerp(M::mul(d, da), s, sa));
+}
+template <class M>
+VX_INLINE typename M::T BehindColour(typename M::T s, typename M::T sa, typename M::T d, typename M::T da,
+                                     typename M::T ra) {
+  return OverColour<M>(d, da, s, sa, ra);
+}
+
 template <class Pixel>
 struct XferOp<XferCopy, Pixel> {
   typedef XferMath<Pixel> M;
@@ -28,10 +43,7 @@ struct XferOp<XferBehind, Pixel> {
     const T da = d.alpha;
     if (da == M::kWhite) return;
     const T ra = M::Union(sa, da);
-    for (int i = 0; i < 3; ++i) {
-      const T p = M::mul(Colour(s, i), sa);
-      Colour(d, i) = ToChannel<Pixel>(M::div(ra, M::lerp(p, Colour(d, i), da)));
-    }
+    for (int i = 0; i < 3; ++i) Colour(d, i) = ToChannel<Pixel>(BehindColour<M>(Colour(s, i), sa, Colour(d, i), da, ra));
     d.alpha = ToChannel<Pixel>(ra);
   }
 };
@@ -52,10 +64,7 @@ struct XferOp<XferOver, Pixel> {
       return;
     }
     const T ra = M::Union(sa, da);
-    for (int i = 0; i < 3; ++i) {
-      const T p = M::mul(Colour(d, i), da);
-      Colour(d, i) = ToChannel<Pixel>(M::div(ra, M::lerp(p, Colour(s, i), sa)));
-    }
+    for (int i = 0; i < 3; ++i) Colour(d, i) = ToChannel<Pixel>(OverColour<M>(Colour(s, i), sa, Colour(d, i), da, ra));
     d.alpha = ToChannel<Pixel>(ra);
   }
 };

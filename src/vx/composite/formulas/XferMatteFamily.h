@@ -3,9 +3,6 @@
 // to the flattened colours, and lift the result off the matte with the
 // union alpha.
 //
-// Flattening, and lifting at the integer depths, are the rules of the matte
-// stages. A float lift here is not clamped and a zero or denormal alpha
-// divides to 1.0, unlike the float lift stage.
 #pragma once
 
 #include "composite/mattes/MatteStages.h"
@@ -14,51 +11,24 @@
 namespace vx {
 inline namespace VX_ISA_NS {
 
-template <VX_XferFamily Kind>
-struct XferMatteKind;
-
-template <>
-struct XferMatteKind<VX_XferFamily::BlackMatte> {
+// Flattening, and lifting at the integer depths, are the stages' rules.
+// At float the black and grey lifts here divide to 1.0 by a zero or
+// denormal alpha and are not clamped.
+template <VXp_MatteColour Matte>
+struct XferMatteKind {
   template <class Pixel>
   static VX_INLINE Pixel Flatten(const Pixel& p) {
-    return MatteBlack<Pixel>::Convert(p);
+    return ConvertPixel<MatteStageOf<Matte, false>>(p);
   }
   template <class Pixel>
   static VX_INLINE Pixel Lift(const Pixel& p) {
-    if constexpr (XferMath<Pixel>::kFloat)
+    if constexpr (XferMath<Pixel>::kFloat && Matte == VXp_MatteColour::Black)
       return MapColors(p, [](float a, float c) { return divF(a, c); });
-    else
-      return UnmatteBlack<Pixel>::Convert(p);
-  }
-};
-
-template <>
-struct XferMatteKind<VX_XferFamily::WhiteMatte> {
-  template <class Pixel>
-  static VX_INLINE Pixel Flatten(const Pixel& p) {
-    return MatteWhite<Pixel>::Convert(p);
-  }
-  // The same at every depth: the float divide already gives 1.0 for a zero
-  // or denormal alpha.
-  template <class Pixel>
-  static VX_INLINE Pixel Lift(const Pixel& p) {
-    return UnmatteWhite<Pixel>::Convert(p);
-  }
-};
-
-template <>
-struct XferMatteKind<VX_XferFamily::GreyMatte> {
-  template <class Pixel>
-  static VX_INLINE Pixel Flatten(const Pixel& p) {
-    return MatteGrey<Pixel>::Convert(p);
-  }
-  template <class Pixel>
-  static VX_INLINE Pixel Lift(const Pixel& p) {
-    if constexpr (XferMath<Pixel>::kFloat)
+    else if constexpr (XferMath<Pixel>::kFloat && Matte == VXp_MatteColour::Grey)
       return MapColors(
           p, [](float a, float t) { return t >= 0.5f ? 0.5f + divF(a, t - 0.5f) : 0.5f - divF(a, 0.5f - t); });
     else
-      return UnmatteGrey<Pixel>::Convert(p);
+      return ConvertPixel<MatteStageOf<Matte, true>>(p);
   }
 };
 
@@ -67,7 +37,7 @@ struct XferMatteFamily {
   typedef XferMath<Pixel> M;
   typedef typename M::T T;
   typedef XferOp<Mode, Pixel> Op;
-  typedef XferMatteKind<VX_XferFamilyOf(Mode)> Kind;
+  typedef XferMatteKind<VXp_MatteColourOf(VX_XferFamilyOf(Mode))> Kind;
 
   static VX_INLINE void Run(const Pixel& s, T sa, Pixel& d) {
     const T da = d.alpha;

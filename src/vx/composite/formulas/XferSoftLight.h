@@ -5,6 +5,8 @@
 // interpolate in the 4097-entry tables built at start-up.
 #pragma once
 
+#include <type_traits>
+
 #include "composite/formulas/XferCommon.h"
 
 // The 8-bit tables, indexed by d.
@@ -15,6 +17,11 @@ extern const int32_t* const VXp_G_SoftLightWide_8;
 
 namespace vx {
 inline namespace VX_ISA_NS {
+
+// The curve each lane's source picks, for a lane arithmetic M: specialised
+// in XferSoftLightLanes.h, where the lanes read the tables at once.
+template <class M>
+struct XferSoftLightLanes;
 
 template <class Pixel, class M>
 struct XferOp<XferSoftLight, Pixel, M> {
@@ -42,10 +49,10 @@ struct XferOp<XferSoftLight, Pixel, M> {
   // elsewhere.
   template <class B>
   static VX_INLINE T Curve(B dark, T d) {
-    if constexpr (requires { M::SoftLightCurve(dark, d); })
-      return M::SoftLightCurve(dark, d);
-    else
+    if constexpr (std::is_arithmetic_v<T>)
       return M::Select(dark, Darken(d), Lighten(d));
+    else
+      return XferSoftLightLanes<M>::Curve(dark, d);
   }
   // How far the integer forms move d: curve x (1 - 2s) down for a dark
   // source, curve x (2s - 1) up for a light one.

@@ -1,126 +1,167 @@
 // The matte stages: flatten a row onto a black, white or grey matte, lift it
 // off again, and merge a source alpha into the destination alpha. The same
 // span functions serve premultiplication (black, white) and the blend
-// pipeline. Each stage is one per-pixel rule; the loops are shared.
+// pipeline.
+//
+// Each rule is written once over the arithmetic M: XferMath for one pixel,
+// or a lane arithmetic of simd/Depth.h for a register of pixels, so the
+// scalar stages, their vector forms and the fused pipeline all run the same
+// rule. Rules choose with Select, so both sides must be valid for any input.
 #pragma once
 
 #include <type_traits>
 
-#include "core/ChannelMath.h"
+#include "composite/formulas/XferCommon.h"
 #include "vx/Fill.h"
-#include "vx/Xfer.h"
+
+// X(stage, kind, direction), in slot order: each kind's flatten, then its
+// lift. The enum, the scalar and vector stage tables and the slots are made
+// from this list.
+#define VX_MATTE_STAGES(X)        \
+  X(MatteBlack, Black, Flatten)   \
+  X(UnmatteBlack, Black, Lift)    \
+  X(MatteWhite, White, Flatten)   \
+  X(UnmatteWhite, White, Lift)    \
+  X(MatteGrey, Grey, Flatten)     \
+  X(UnmatteGrey, Grey, Lift)
+
+enum VXp_MatteStage : int32_t {
+#define VX_MATTE_STAGE_ENUMERATOR(stage, kind, direction) VXp_Stage_##stage,
+  VX_MATTE_STAGES(VX_MATTE_STAGE_ENUMERATOR)
+#undef VX_MATTE_STAGE_ENUMERATOR
+  VXp_kMatteStageCount
+};
+// A switch case for each stage, returning the function VX_MATTE_RUNNER(Stage)
+// makes of its rule type (defined where the case is used).
+#define VX_MATTE_STAGE_ENTRY(stage, kind, direction) \
+  case VXp_Stage_##stage:                             \
+    return &VX_MATTE_RUNNER(vx::stage);
+// The alpha merge follows the six stages in each depth's slots.
+constexpr int32_t VXp_kAlphaMergeStage = VXp_kMatteStageCount;
+
+// The colour of a matte.
+enum class VXp_MatteColour : int32_t { Black, White, Grey };
 
 namespace vx {
 inline namespace VX_ISA_NS {
+
+// ---- the rules of each matte, on one colour c of a pixel of alpha a -------
+
+template <VXp_MatteColour Colour, class M>
+struct MatteRules;
+
+template <class M>
+struct MatteRules<VXp_MatteColour::Black, M> {
+  typedef typename M::T T;
+  static VX_INLINE T Flatten(T c, T a) { return M::mul(c, a); }
+  // Each depth's divide stands: 8 bits read the divide table (255 at alpha
+  // 0), 16 bits give 0, float keeps the colour.
+  static VX_INLINE T Lift(T c, T a) {
+    if constexpr (M::kFloat)
+      return M::Select(a == T(0), c, c / a);
+    else if constexpr (M::k16)
+      return M::Select(a == T(0), T(0), M::div(a, c));
+    else
+      return M::div(a, c);
+  }
+};
+
+template <class M>
+struct MatteRules<VXp_MatteColour::White, M> {
+  typedef typename M::T T;
+  static VX_INLINE T Flatten(T c, T a) { return M::inv(M::mul(M::inv(c), a)); }
+  // No test for alpha 0: the float divide gives 1.0 there.
+  static VX_INLINE T Lift(T c, T a) { return M::inv(M::div(a, M::inv(c))); }
+};
+
+template <class M>
+struct MatteRules<VXp_MatteColour::Grey, M> {
+  typedef typename M::T T;
+  static VX_INLINE T Flatten(T c, T a) {
+    const T g(M::kGrey);
+    return M::Select(c >= g, g + M::mul(c - g, a), c + M::mul(M::inv(a), g - c));
+  }
+  // One divide, of the distance from grey on whichever side c lies.
+  static VX_INLINE T Lift(T c, T a) {
+    const T g(M::kGrey);
+    const auto upper = c >= g;
+    const T u = M::div(a, M::Select(upper, c - g, g - c));
+    const auto near = u < g;
+    return M::Select(upper, M::Select(near, g + u, T(M::kWhite)), M::Select(near, g - u, T(0)));
+  }
+};
+
+// A stage of the list: its rule on a colour, and whether an in-place run
+// clears transparent pixels (lifting off black does: a pixel of alpha 0
+// becomes all zero).
+template <VXp_MatteColour Matte, bool Lifts>
+struct MatteStageOf {
+  static constexpr bool kClearsTransparent = Lifts && Matte == VXp_MatteColour::Black;
+  template <class M>
+  static VX_INLINE typename M::T Colour(typename M::T c, typename M::T a) {
+    if constexpr (Lifts)
+      return MatteRules<Matte, M>::Lift(c, a);
+    else
+      return MatteRules<Matte, M>::Flatten(c, a);
+  }
+};
+
+#define VX_MATTE_STAGE_TYPE(stage, kind, direction) \
+  typedef MatteStageOf<VXp_MatteColour::kind, VX_MATTE_DIRECTION_##direction> stage;
+#define VX_MATTE_DIRECTION_Flatten false
+#define VX_MATTE_DIRECTION_Lift true
+VX_MATTE_STAGES(VX_MATTE_STAGE_TYPE)
+#undef VX_MATTE_STAGE_TYPE
+#undef VX_MATTE_DIRECTION_Flatten
+#undef VX_MATTE_DIRECTION_Lift
 
 // Applies f(alpha, colour) to the three colour channels; alpha is kept.
 template <class Pixel, class F>
 VX_INLINE Pixel MapColors(const Pixel& p, F f) {
   typedef typename VX_PixelTraits<Pixel>::Channel Channel;
+  typedef typename Arith<Pixel>::T T;
   Pixel out = p;
-  out.red = static_cast<Channel>(f(p.alpha, p.red));
-  out.green = static_cast<Channel>(f(p.alpha, p.green));
-  out.blue = static_cast<Channel>(f(p.alpha, p.blue));
+  out.red = static_cast<Channel>(f(T(p.alpha), T(p.red)));
+  out.green = static_cast<Channel>(f(T(p.alpha), T(p.green)));
+  out.blue = static_cast<Channel>(f(T(p.alpha), T(p.blue)));
   return out;
 }
 
-// Each rule gives Convert(pixel) and whether an in-place pass may leave a
-// pixel alone (alpha at white changes nothing in any of them).
-template <class Pixel>
-struct MatteBlack {
-  typedef Arith<Pixel> A;
-  typedef typename A::T T;
-  static VX_INLINE Pixel Convert(const Pixel& p) {
-    return MapColors(p, [](T a, T c) { return A::mul(c, a); });
-  }
-};
+// One pixel through a stage.
+template <class Stage, class Pixel>
+VX_INLINE Pixel ConvertPixel(const Pixel& p) {
+  typedef XferMath<Pixel> M;
+  return MapColors(p, [](typename M::T a, typename M::T c) { return Stage::template Colour<M>(c, a); });
+}
 
-// Lift off black. In place, alpha 0 gives an all-zero pixel (see
-// RunMatteStage). Out of place the divide of each depth stands as it is:
-// 8 bits read the divide table (whose row 0 is 255), 16 bits give 0, float
-// keeps the colour (a factor of 1).
-template <class Pixel>
-struct UnmatteBlack {
-  typedef Arith<Pixel> A;
-  typedef typename A::T T;
-  static VX_INLINE T Lift(T a, T c) {
-    if constexpr (std::is_same_v<T, float>)
-      return a == 0.0f ? c : c / a;
-    else if constexpr (A::kWhite == 32768)
-      return a == 0 ? 0 : A::div(a, c);
-    else
-      return A::div(a, c);
-  }
-  static VX_INLINE Pixel Convert(const Pixel& p) { return MapColors(p, Lift); }
-};
-
-template <class Pixel>
-struct MatteWhite {
-  typedef Arith<Pixel> A;
-  typedef typename A::T T;
-  static VX_INLINE Pixel Convert(const Pixel& p) {
-    return MapColors(p, [](T a, T c) { return A::inv(A::mul(A::inv(c), a)); });
-  }
-};
-
-// Lift off white; there is no test for alpha 0.
-template <class Pixel>
-struct UnmatteWhite {
-  typedef Arith<Pixel> A;
-  typedef typename A::T T;
-  static VX_INLINE Pixel Convert(const Pixel& p) {
-    return MapColors(p, [](T a, T c) { return A::inv(A::div(a, A::inv(c))); });
-  }
-};
-
-template <class Pixel>
-struct MatteGrey {
-  typedef Arith<Pixel> A;
-  typedef typename A::T T;
-  static VX_INLINE Pixel Convert(const Pixel& p) {
-    return MapColors(p, [](T a, T c) {
-      constexpr T G = A::kGrey;
-      return c >= G ? G + A::mul(c - G, a) : c + A::mul(A::inv(a), G - c);
-    });
-  }
-};
-
-template <class Pixel>
-struct UnmatteGrey {
-  typedef Arith<Pixel> A;
-  typedef typename A::T T;
-  static VX_INLINE Pixel Convert(const Pixel& p) {
-    return MapColors(p, [](T a, T c) {
-      constexpr T G = A::kGrey;
-      if (c >= G) {
-        const T u = A::div(a, c - G);
-        return u < G ? G + u : A::kWhite;
-      }
-      const T u = A::div(a, G - c);
-      return u < G ? G - u : T(0);
-    });
-  }
-};
-
-// Runs a rule over a row: out of place when src is non-null and differs from
-// dst (every pixel converted, alpha copied), else in place (pixels at white
-// alpha skipped; the black lift zeroes pixels of alpha 0).
-template <template <class> class Rule, class Pixel>
+// Runs a stage over a row: out of place when src is non-null and differs
+// from dst (every pixel converted, alpha copied), else in place (pixels at
+// white alpha skipped, transparent ones cleared where the stage says).
+template <class Stage, class Pixel>
 VX_Err RunMatteStage(int32_t count, const Pixel* src, Pixel* dst) {
-  typedef Rule<Pixel> R;
   if (count <= 0) return VX_Err_None;
   if (src && src != dst) {
-    for (int32_t i = 0; i < count; ++i) dst[i] = R::Convert(src[i]);
+    for (int32_t i = 0; i < count; ++i) dst[i] = ConvertPixel<Stage>(src[i]);
     return VX_Err_None;
   }
   for (int32_t i = 0; i < count; ++i) {
     if (dst[i].alpha == Arith<Pixel>::kWhite) continue;
-    if (std::is_same_v<R, UnmatteBlack<Pixel>> && dst[i].alpha == 0)
+    if (Stage::kClearsTransparent && dst[i].alpha == 0)
       dst[i] = Pixel{};
     else
-      dst[i] = R::Convert(dst[i]);
+      dst[i] = ConvertPixel<Stage>(dst[i]);
   }
   return VX_Err_None;
+}
+
+// The alpha the merge starts from: the source's, scaled by opacity below
+// white and by the mask's alpha.
+template <class M>
+VX_INLINE typename M::T MergedAlpha(typename M::T sa, bool scale, typename M::T opacity, bool has_mask,
+                                    typename M::T mask_alpha, typename M::T da) {
+  if (scale) sa = M::mul(sa, opacity);
+  if (has_mask) sa = M::mul(sa, mask_alpha);
+  return M::Union(sa, da);
 }
 
 // Union of the source alpha (scaled by opacity and the mask's alpha) with the
@@ -128,15 +169,13 @@ VX_Err RunMatteStage(int32_t count, const Pixel* src, Pixel* dst) {
 template <class Pixel>
 VX_Err RunAlphaMerge(int32_t count, const Pixel* src, typename VX_PixelTraits<Pixel>::Channel opacity,
                      const Pixel* mask, Pixel* dst) {
-  typedef Arith<Pixel> A;
+  typedef XferMath<Pixel> M;
   typedef typename VX_PixelTraits<Pixel>::Channel Channel;
   if (count <= 0 || opacity == 0) return VX_Err_None;
-  const bool scale = opacity < A::kWhite;
+  const bool scale = opacity < M::kWhite;
   for (int32_t i = 0; i < count; ++i) {
-    typename A::T t = src[i].alpha;
-    if (scale) t = A::mul(t, opacity);
-    if (mask) t = A::mul(t, mask[i].alpha);
-    dst[i].alpha = static_cast<Channel>(A::inv(A::mul(A::inv(t), A::inv(dst[i].alpha))));
+    const typename M::T m = mask ? typename M::T(mask[i].alpha) : typename M::T(0);
+    dst[i].alpha = static_cast<Channel>(MergedAlpha<M>(src[i].alpha, scale, opacity, mask != nullptr, m, dst[i].alpha));
   }
   return VX_Err_None;
 }
@@ -149,16 +188,12 @@ template <class Pixel>
 using VX_AlphaMergeFunc = VX_Err (*)(int32_t count, const Pixel* src, typename VX_PixelTraits<Pixel>::Channel opacity,
                                      const Pixel* mask, Pixel* dst);
 
-// The stages in slot order: 0 black flatten, 1 black lift, 2 white flatten,
-// 3 white lift, 4 grey flatten, 5 grey lift.
-enum VXp_MatteStage : int32_t {
-  VXp_Stage_MatteBlack = 0,
-  VXp_Stage_UnmatteBlack = 1,
-  VXp_Stage_MatteWhite = 2,
-  VXp_Stage_UnmatteWhite = 3,
-  VXp_Stage_MatteGrey = 4,
-  VXp_Stage_UnmatteGrey = 5
-};
+// The matte of a matte family.
+constexpr VXp_MatteColour VXp_MatteColourOf(VX_XferFamily family) {
+  return family == VX_XferFamily::WhiteMatte  ? VXp_MatteColour::White
+         : family == VX_XferFamily::GreyMatte ? VXp_MatteColour::Grey
+                                              : VXp_MatteColour::Black;
+}
 // The flatten stage of a matte family (its lift is the next), or -1.
 constexpr int32_t VXp_MatteStageOf(VX_XferFamily family) {
   switch (family) {

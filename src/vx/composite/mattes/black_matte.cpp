@@ -23,10 +23,10 @@ struct Arith<PixelBGRA8> : Arith<VX_Pixel8> {};
 
 namespace {
 
-template <template <class> class Rule, class Pixel>
+template <class Stage, class Pixel>
 VX_Err MatteRow(int32_t count, const void* src, void* dst) {
   if (count < 1 || !dst) return VX_Err_None;
-  return vx::RunMatteStage<Rule, Pixel>(count, static_cast<const Pixel*>(src), static_cast<Pixel*>(dst));
+  return vx::RunMatteStage<Stage, Pixel>(count, static_cast<const Pixel*>(src), static_cast<Pixel*>(dst));
 }
 
 template <class Pixel>

@@ -6,9 +6,9 @@
 
 namespace {
 
-template <template <class> class Rule, class Pixel>
-VX_Err Stage(int32_t count, const Pixel* src, Pixel* dst) {
-  return vx::RunMatteStage<Rule, Pixel>(count, src, dst);
+template <class S, class Pixel>
+VX_Err RunStage(int32_t count, const Pixel* src, Pixel* dst) {
+  return vx::RunMatteStage<S, Pixel>(count, src, dst);
 }
 
 template <class Pixel>
@@ -17,29 +17,37 @@ VX_Err AlphaMerge(int32_t count, const Pixel* src, typename VX_PixelTraits<Pixel
   return vx::RunAlphaMerge<Pixel>(count, src, opacity, mask, dst);
 }
 
-// The seven stages of one depth go to consecutive slots from `first`.
 template <class Pixel>
-void InstallDepth(int32_t first) {
-  VXp_G_OverFuncs[first + 0] = reinterpret_cast<void*>(&Stage<vx::MatteBlack, Pixel>);
-  VXp_G_OverFuncs[first + 1] = reinterpret_cast<void*>(&Stage<vx::UnmatteBlack, Pixel>);
-  VXp_G_OverFuncs[first + 2] = reinterpret_cast<void*>(&Stage<vx::MatteWhite, Pixel>);
-  VXp_G_OverFuncs[first + 3] = reinterpret_cast<void*>(&Stage<vx::UnmatteWhite, Pixel>);
-  VXp_G_OverFuncs[first + 4] = reinterpret_cast<void*>(&Stage<vx::MatteGrey, Pixel>);
-  VXp_G_OverFuncs[first + 5] = reinterpret_cast<void*>(&Stage<vx::UnmatteGrey, Pixel>);
-  VXp_G_OverFuncs[first + 6] = reinterpret_cast<void*>(&AlphaMerge<Pixel>);
-}
-
-// What the package installed in the seven stage slots of each depth.
-const void* g_own_stages[3][7];
-
-int32_t DepthOfSlot(int32_t slot) {
-  if (slot >= VX_Slot_MatteBlack8 && slot <= VX_Slot_AlphaMerge8) return 0;
-  if (slot >= VX_Slot_MatteBlack16 && slot <= VX_Slot_AlphaMerge16) return 1;
-  if (slot >= VX_Slot_MatteBlackF && slot <= VX_Slot_AlphaMergeF) return 2;
-  return -1;
+VX_SpanFunc<Pixel> ScalarStage(int32_t stage) {
+#define VX_MATTE_RUNNER(S) RunStage<S, Pixel>
+  switch (stage) {
+    VX_MATTE_STAGES(VX_MATTE_STAGE_ENTRY)
+    default:
+      return nullptr;
+  }
+#undef VX_MATTE_RUNNER
 }
 
 constexpr int32_t kFirstStageSlot[3] = {VX_Slot_MatteBlack8, VX_Slot_MatteBlack16, VX_Slot_MatteBlackF};
+constexpr int32_t kSlotsPerDepth = VXp_kAlphaMergeStage + 1;
+
+// The stages of one depth, then its alpha merge, go to consecutive slots.
+template <class Pixel>
+void InstallDepth() {
+  const int32_t first = kFirstStageSlot[VX_PixelTraits<Pixel>::kDepthIndex];
+  for (int32_t stage = 0; stage < VXp_kMatteStageCount; ++stage)
+    VXp_G_OverFuncs[first + stage] = reinterpret_cast<void*>(ScalarStage<Pixel>(stage));
+  VXp_G_OverFuncs[first + VXp_kAlphaMergeStage] = reinterpret_cast<void*>(&AlphaMerge<Pixel>);
+}
+
+// What the package installed in the stage slots of each depth.
+const void* g_own_stages[3][kSlotsPerDepth];
+
+int32_t DepthOfSlot(int32_t slot) {
+  for (int32_t depth = 0; depth < 3; ++depth)
+    if (slot >= kFirstStageSlot[depth] && slot < kFirstStageSlot[depth] + kSlotsPerDepth) return depth;
+  return -1;
+}
 
 }  // namespace
 
@@ -49,11 +57,11 @@ bool VXp_IsPackageStage(int32_t slot, const void* f) {
 }
 
 void VXp_InstallMatteStageSlots() {
-  InstallDepth<VX_Pixel8>(VX_Slot_MatteBlack8);
-  InstallDepth<VX_Pixel16>(VX_Slot_MatteBlack16);
-  InstallDepth<VX_PixelFloat>(VX_Slot_MatteBlackF);
+  InstallDepth<VX_Pixel8>();
+  InstallDepth<VX_Pixel16>();
+  InstallDepth<VX_PixelFloat>();
   // Vector forms over the plain ones; 16 bits stay scalar.
-  for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage) {
+  for (int32_t stage = 0; stage < VXp_kMatteStageCount; ++stage) {
     if (VXp_HasSSSE3())
       VXp_G_OverFuncs[VX_Slot_MatteBlack8 + stage] = reinterpret_cast<void*>(VXp_MatteStage8_SSSE3(stage));
     if (VXp_HasAVX2())
@@ -63,29 +71,14 @@ void VXp_InstallMatteStageSlots() {
   }
   if (VXp_HasSSE2()) VXp_G_OverFuncs[VX_Slot_AlphaMerge8] = reinterpret_cast<void*>(&VXp_AlphaMerge8_SSE2);
   for (int32_t depth = 0; depth < 3; ++depth)
-    for (int32_t i = 0; i < 7; ++i) g_own_stages[depth][i] = VXp_G_OverFuncs[kFirstStageSlot[depth] + i];
+    for (int32_t i = 0; i < kSlotsPerDepth; ++i) g_own_stages[depth][i] = VXp_G_OverFuncs[kFirstStageSlot[depth] + i];
 }
 
 // Scalar forms by name, for callers that must not take a replaced slot and
 // for tests comparing vector forms against them.
 template <class Pixel>
 VX_SpanFunc<Pixel> VXp_ScalarMatteStage(int32_t stage) {
-  switch (stage) {
-    case 0:
-      return &Stage<vx::MatteBlack, Pixel>;
-    case 1:
-      return &Stage<vx::UnmatteBlack, Pixel>;
-    case 2:
-      return &Stage<vx::MatteWhite, Pixel>;
-    case 3:
-      return &Stage<vx::UnmatteWhite, Pixel>;
-    case 4:
-      return &Stage<vx::MatteGrey, Pixel>;
-    case 5:
-      return &Stage<vx::UnmatteGrey, Pixel>;
-    default:
-      return nullptr;
-  }
+  return ScalarStage<Pixel>(stage);
 }
 
 template <class Pixel>

@@ -1,104 +1,81 @@
 // The recolour modes on vector lanes: the modes' own formulas
 // (XferOp::Triple and XferRecolourMath) run on 16 x int16 lanes at 8 bits
 // and on 8 x int32 or 8 x float lanes at 16 bits and float, one channel of
-// a block of pixels a lane vector.
-//
-// Quotients are exact: see Quot in LanesAVX2.h.
+// a block of pixels a lane vector; two blocks side by side (simd/Twice.h),
+// because the steps are one long chain of latency.
 //
 // The body of the AVX2 and AVX-512 forms: include only from the
-// translation unit of one instruction set.
+// translation unit of one instruction set and depth (VX_RECOLOUR_UNIT).
 #pragma once
-#include <immintrin.h>
 
-#include "simd/LanesTwice.h"
+#include <cstring>
+
 #include "composite/formulas/ModeEntries.h"
 #include "composite/spans/SpanKernels.h"
+#include "composite/spans/SpanLanes.h"
 #include "composite/spans/SpanVector.h"
+#include "simd/Twice.h"
 
 namespace {
 
-using namespace vx::lanes;
+using namespace vx::simd;
 
-// Pixels as channel lanes, 8-bit ones sixteen a block on 16-bit lanes;
-// stores keep each channel to its bits first, as the scalar stores do.
+// Two blocks of pixels as channel lanes on paired operands; stores keep each
+// channel to its bits first, as the scalar stores do.
 template <class Pixel>
-struct LanesOf {
-  typedef PixelLanes<Pixel> P;
-};
-template <>
-struct LanesOf<VX_Pixel8> {
-  typedef WordPixels8 P;
-};
-
-template <class Pixel>
-struct OneBlock {
-  typedef typename LanesOf<Pixel>::P P;
-  typedef typename P::M L;
+struct TwoBlocks {
+  typedef vx::LanesOf<Pixel> One;
+  typedef Twice<typename One::M> L;
   typedef typename L::T T;
-  static constexpr int32_t kPixels = P::kPixels;
+  typedef typename One::T OneT;
+  static constexpr int32_t kPixels = 2 * One::kPixels;
   static VX_INLINE void Load(const Pixel* p, LanePixel<T>& q) {
-    T c[4];
-    P::Load(p, c);
-    q = {c[0], c[1], c[2], c[3]};
+    OneT a[4], b[4];
+    One::Load(p, a);
+    One::Load(p + One::kPixels, b);
+    q = {{a[0], b[0]}, {a[1], b[1]}, {a[2], b[2]}, {a[3], b[3]}};
   }
   static VX_INLINE T Alpha(const Pixel* p) {
-    T c[4];
-    P::Load(p, c);
-    return c[0];
+    OneT a[4], b[4];
+    One::Load(p, a);
+    One::Load(p + One::kPixels, b);
+    return {a[0], b[0]};
   }
   static VX_INLINE void Store(const LanePixel<T>& q, Pixel* p) {
-    const T c[4] = {L::Keep(q.alpha), L::Keep(q.red), L::Keep(q.green), L::Keep(q.blue)};
-    P::Store(p, c);
+    typedef typename One::M M;
+    const OneT a[4] = {M::Keep(q.alpha.lo), M::Keep(q.red.lo), M::Keep(q.green.lo), M::Keep(q.blue.lo)};
+    const OneT b[4] = {M::Keep(q.alpha.hi), M::Keep(q.red.hi), M::Keep(q.green.hi), M::Keep(q.blue.hi)};
+    One::Store(p, a);
+    One::Store(p + One::kPixels, b);
   }
   // The lanes' values in pixel order.
   static VX_INLINE void Spill(T x, typename vx::Arith<Pixel>::T* out) {
-    if constexpr (std::is_same_v<T, W>) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), Lower(x).v);
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 8), Upper(x).v);
+    if constexpr (std::is_same_v<OneT, I16x16>) {
+      vx::simd::WordPixels8::Spill(x.lo, out);
+      vx::simd::WordPixels8::Spill(x.hi, out + One::kPixels);
     } else {
-      std::memcpy(out, &x.v, sizeof x.v);
+      std::memcpy(out, &x.lo.v, sizeof x.lo.v);
+      std::memcpy(out + One::kPixels, &x.hi.v, sizeof x.hi.v);
     }
   }
 };
 
-// Two blocks as one, on paired lanes.
 template <class Pixel>
-struct TwoBlocks {
-  typedef OneBlock<Pixel> One;
-  typedef Twice<typename One::L> L;
-  typedef typename L::T T;
-  static constexpr int32_t kPixels = 2 * One::kPixels;
-  static VX_INLINE void Load(const Pixel* p, LanePixel<T>& q) {
-    LanePixel<typename One::T> a, b;
-    One::Load(p, a);
-    One::Load(p + One::kPixels, b);
-    q = {{a.alpha, b.alpha}, {a.red, b.red}, {a.green, b.green}, {a.blue, b.blue}};
-  }
-  static VX_INLINE T Alpha(const Pixel* p) { return {One::Alpha(p), One::Alpha(p + One::kPixels)}; }
-  static VX_INLINE void Store(const LanePixel<T>& q, Pixel* p) {
-    One::Store({q.alpha.lo, q.red.lo, q.green.lo, q.blue.lo}, p);
-    One::Store({q.alpha.hi, q.red.hi, q.green.hi, q.blue.hi}, p + One::kPixels);
-  }
-  static VX_INLINE void Spill(T x, typename vx::Arith<Pixel>::T* out) {
-    One::Spill(x.lo, out);
-    One::Spill(x.hi, out + One::kPixels);
-  }
-};
-
-#ifndef VX_RECOLOUR_BLOCKS
-#define VX_RECOLOUR_BLOCKS OneBlock
-#endif
-template <class Pixel>
-using IO = VX_RECOLOUR_BLOCKS<Pixel>;
-
+using IO = TwoBlocks<Pixel>;
 template <class Pixel>
 using Lane = typename IO<Pixel>::L::T;
 
-// A block of pixels: the source alpha after opacity and mask, the behind stage
-// (per pixel, only where the destination isn't opaque), then the mode's
-// triple mixed in where the scaled alpha isn't 0.
-template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
-VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
+struct RecolourRow {
+  bool scale;   // the alpha scales by opacity (opacity not white)
+  bool behind;  // the behind stage runs first
+  bool keep;    // keep_alpha
+};
+
+// A block of pixels: the source alpha after opacity and mask, the behind
+// stage (per pixel, only where the destination isn't opaque), then the
+// mode's triple mixed in where the scaled alpha isn't 0.
+template <class Pixel, int32_t Mode, bool HasMask>
+VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, const RecolourRow& row, Pixel* dst) {
   typedef IO<Pixel> io;
   typedef typename io::L L;
   typedef typename L::T T;
@@ -106,17 +83,15 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
   LanePixel<T> s;
   io::Load(src, s);
   T sa = s.alpha;
-  if (Scale) sa = L::mul(sa, opacity);
+  if (row.scale) sa = L::mul(sa, opacity);
   if (HasMask) sa = L::mul(sa, io::Alpha(mask));
   const auto none = sa == T(0);
   if (All(none)) return;
-  if constexpr (Behind) {
-    if (!None(!none && io::Alpha(dst) != T(L::kWhite))) {
-      typename vx::Arith<Pixel>::T alpha[io::kPixels];
-      io::Spill(sa, alpha);
-      for (int j = 0; j < io::kPixels; ++j)
-        if (alpha[j] != 0) vx::BehindPixel(src[j], alpha[j], keep, dst[j]);
-    }
+  if (row.behind && !None(!none && io::Alpha(dst) != T(L::kWhite))) {
+    typename vx::Arith<Pixel>::T alpha[io::kPixels];
+    io::Spill(sa, alpha);
+    for (int j = 0; j < io::kPixels; ++j)
+      if (alpha[j] != 0) vx::BehindPixel(src[j], alpha[j], row.keep, dst[j]);
   }
   LanePixel<T> d;
   io::Load(dst, d);
@@ -126,31 +101,19 @@ VX_INLINE void Block(const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, b
   io::Store(d, dst);
 }
 
-template <class Pixel, int32_t Mode, bool Scale, bool HasMask, bool Behind>
-VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, Lane<Pixel> opacity, bool keep, Pixel* dst) {
-  constexpr int32_t kBlock = IO<Pixel>::kPixels;
-  EachBlockOf<kBlock>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
-    Block<Pixel, Mode, Scale, HasMask, Behind>(s, m, opacity, keep, d);
-  });
-  return VX_Err_None;
-}
-
 template <class Pixel, int32_t Mode>
 VX_Err Entry(int32_t count, const Pixel* src, const Pixel* mask, typename VX_PixelTraits<Pixel>::Channel opacity,
              bool keep_alpha, bool behind, Pixel* dst) {
   if (count <= 0) return VX_Err_None;
   const Lane<Pixel> op(opacity);
-  auto run = [&](auto scale, auto with_mask, auto with_behind) {
-    return Run<Pixel, Mode, decltype(scale)::value, decltype(with_mask)::value, decltype(with_behind)::value>(
-        count, src, mask, op, keep_alpha, dst);
+  const RecolourRow row{opacity != VX_PixelTraits<Pixel>::kWhite, behind, keep_alpha};
+  const auto run = [&](auto with_mask) {
+    EachBlockOf<IO<Pixel>::kPixels>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
+      Block<Pixel, Mode, decltype(with_mask)::value>(s, m, op, row, d);
+    });
+    return VX_Err_None;
   };
-  auto pick_behind = [&](auto scale, auto with_mask) {
-    return behind ? run(scale, with_mask, std::true_type{}) : run(scale, with_mask, std::false_type{});
-  };
-  auto pick_mask = [&](auto scale) {
-    return mask ? pick_behind(scale, std::true_type{}) : pick_behind(scale, std::false_type{});
-  };
-  return opacity != VX_PixelTraits<Pixel>::kWhite ? pick_mask(std::true_type{}) : pick_mask(std::false_type{});
+  return mask ? run(std::true_type{}) : run(std::false_type{});
 }
 
 // The entry of a mode, null outside the recolour family.
@@ -164,3 +127,12 @@ VXp_SpanRecolourProc<Pixel> RecolourEntry(int32_t mode) {
 }
 
 }  // namespace
+
+// A unit's instantiation: the recolour entries of one depth with one
+// instruction set.
+#define VX_RECOLOUR_UNIT(Pixel, Isa)                                  \
+  template <class P>                                                  \
+  VXp_SpanRecolourProc<P> VXp_SpanRecolour_##Isa(int32_t mode) {      \
+    return RecolourEntry<P>(mode);                                    \
+  }                                                                   \
+  template VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_##Isa<Pixel>(int32_t);

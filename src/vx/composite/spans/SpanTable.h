@@ -32,7 +32,8 @@ VX_INLINE bool VectorSpan(int32_t count, const VX_BlendingMode<Pixel>& mode, con
     if (VXp_HasAVX2()) return *err = VXp_SpanOverDeep_AVX2(count, src, m, mode.opacity, dst), true;
   }
   if constexpr (VXp_IsMatteFamily(family)) {
-    if (VXp_HasAVX2()) return *err = VXp_SpanMatteColours_AVX2<Pixel>(Mode)(count, src, m, mode.opacity, dst), true;
+    if (VXp_HasAVX2())
+      return *err = VXp_MatteLanesWidest<Pixel>(Mode)(count, src, m, mode.opacity, false, false, dst), true;
   }
   if constexpr (k8 && Mode == XferCopy) {
     const bool block = !HasMask && !mode.keep_alpha && mode.opacity == 255;

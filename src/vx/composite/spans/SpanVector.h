@@ -24,14 +24,6 @@ VX_Err VXp_SpanOverDeep_AVX2(int32_t count, const Pixel* src, const Pixel* mask,
 VX_Err VXp_SpanCopy8_SSE2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                           bool keep_alpha, VX_Pixel8* dst);
 
-// The colours of a matte-family mode on a flattened destination, from the
-// mode's own formula on vector lanes; null for other modes.
-template <class Pixel>
-using VXp_SpanColoursProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
-                                       typename VX_PixelTraits<Pixel>::Channel opacity, Pixel* dst);
-template <class Pixel>
-VXp_SpanColoursProc<Pixel> VXp_SpanMatteColours_AVX2(int32_t mode);
-
 // The recolour modes at each depth on vector lanes, from the modes' own
 // formulas; with `behind` the behind stage runs first on the same pixels.
 // Null for other modes.
@@ -56,22 +48,29 @@ template <class Pixel>
 bool VXp_RunFusedRecolour(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const Pixel* source,
                           const Pixel* mask, Pixel* destination, VX_Err* err);
 
-// The whole pipeline of a matte-family mode on a row, in one pass: flatten,
-// colours, alpha merge, lift, and the old alpha kept when keep_alpha is set;
-// bit for bit the staged pipeline with the package's own stages. Null for
-// other modes.
+// A matte-family mode on lanes (null for other modes), in one of two passes:
+// with `stages` the whole pipeline in one pass (flatten, colours, alpha
+// merge, lift, and the old alpha kept with keep_alpha), bit for bit the
+// staged pipeline with the package's own stages; without, the colours
+// alone on a destination the pipeline has flattened.
 template <class Pixel>
-using VXp_FusedMatteProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
-                                      typename VX_PixelTraits<Pixel>::Channel opacity, bool keep_alpha, Pixel* dst);
+using VXp_MatteLanesProc = VX_Err (*)(int32_t count, const Pixel* src, const Pixel* mask,
+                                      typename VX_PixelTraits<Pixel>::Channel opacity, bool stages, bool keep_alpha,
+                                      Pixel* dst);
 template <class Pixel>
-VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX2(int32_t mode);
+VXp_MatteLanesProc<Pixel> VXp_MatteLanes_AVX2(int32_t mode);
 template <class Pixel>
-VXp_FusedMatteProc<Pixel> VXp_FusedMatte_AVX512(int32_t mode);
-// The fused form for a descriptor, when it may stand for the staged
+VXp_MatteLanesProc<Pixel> VXp_MatteLanes_AVX512(int32_t mode);
+// The widest of the two the CPU record allows; call only where AVX2 may run.
+template <class Pixel>
+VXp_MatteLanesProc<Pixel> VXp_MatteLanesWidest(int32_t mode) {
+  return VXp_HasAVX512() ? VXp_MatteLanes_AVX512<Pixel>(mode) : VXp_MatteLanes_AVX2<Pixel>(mode);
+}
+// The one-pass pipeline for a descriptor, when it may stand for the staged
 // pipeline: AVX2, no linear tables, the mask as the kernel expects it, and
 // the package's own kernel and stages (a replaced slot keeps the stages).
 template <class Pixel>
-VXp_FusedMatteProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask);
+VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask);
 
 // Rows to linear light (8 and 16 bits to the 16-bit linear pixel) and back,
 // through the blending tables, eight pixels a step; each returns how many

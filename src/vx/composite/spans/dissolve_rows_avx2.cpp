@@ -3,37 +3,13 @@
 // lanes by a transpose of each 8x8 block, and the hits go back the same way.
 // The small loops are unrolled so that a block stays in registers: left as
 // loops, the blocks went through the stack and a 4K frame took twice as long.
-#include <immintrin.h>
-
 #include "composite/spans/SpanVector.h"
-#include "core/ChannelMath.h"
+#include "simd/Depth.h"
+#include "simd/Transpose.h"
 
 namespace {
 
-// 8x8 transpose of 32-bit lanes: v[k] lane i becomes v[i] lane k.
-VX_INLINE void Transpose8(__m256i v[8]) {
-  __m256i a[8], b[8];
-#pragma GCC unroll 8
-  for (int k = 0; k < 8; k += 2) {
-    a[k] = _mm256_unpacklo_epi32(v[k], v[k + 1]);
-    a[k + 1] = _mm256_unpackhi_epi32(v[k], v[k + 1]);
-  }
-#pragma GCC unroll 8
-  for (int k = 0; k < 8; k += 4)
-#pragma GCC unroll 8
-    for (int j = 0; j < 2; ++j) {
-      b[k + j] = _mm256_unpacklo_epi64(a[k + j], a[k + j + 2]);
-      b[k + j + 2] = _mm256_unpackhi_epi64(a[k + j], a[k + j + 2]);
-    }
-  // b[j] holds column column[j] of rows 0-3 in its low half and column
-  // column[j] + 4 in its high half; b[j + 4] the same of rows 4-7.
-  const int column[4] = {0, 2, 1, 3};
-#pragma GCC unroll 8
-  for (int j = 0; j < 4; ++j) {
-    v[column[j]] = _mm256_permute2x128_si256(b[j], b[j + 4], 0x20);
-    v[column[j] + 4] = _mm256_permute2x128_si256(b[j], b[j + 4], 0x31);
-  }
-}
+using vx::simd::Transpose8;
 
 // One step of the generator on every lane, as the scalar step: the quotient
 // by 44488 is ((s >> 3) x 790873317) >> 42, exact for every 32-bit s.
@@ -48,12 +24,14 @@ VX_INLINE __m256i RandStep(__m256i s) {
   return _mm256_sub_epi32(t, _mm256_mullo_epi32(q, _mm256_set1_epi32(2147476849)));
 }
 
-// The span alpha of eight pixels: the source's, times the opacity.
+// The span alpha of eight pixels: the source's, times the opacity. Each
+// alpha sits in the low word of its lane with a zero word above, which the
+// word arithmetic keeps zero.
 VX_INLINE __m256i SpanAlphas(__m256i s, __m256i opacity, bool scale) {
-  const __m256i a = _mm256_and_si256(s, _mm256_set1_epi32(0xFF));
-  if (!scale) return a;
-  const __m256i t = _mm256_add_epi32(_mm256_mullo_epi32(a, opacity), _mm256_set1_epi32(128));
-  return _mm256_srli_epi32(_mm256_add_epi32(t, _mm256_srli_epi32(t, 8)), 8);
+  using namespace vx::simd;
+  const I32x8 a = I32x8(s) & I32x8(0xFF);
+  if (!scale) return a.v;
+  return AsInts(Depth8W<256>::mul(AsWords(a), AsWords(opacity))).v;
 }
 
 VX_INLINE __m256i Partial(__m256i a) {

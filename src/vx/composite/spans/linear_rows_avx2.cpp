@@ -3,24 +3,24 @@
 // forms in XferLinear.h, value for value. The colour tables are read by
 // 32-bit gathers of neighbouring entries; those reads stay inside the
 // tables' struct.
-#include "simd/LanesAVX2.h"
 #include "composite/spans/SpanVector.h"
-#include "core/ChannelMath.h"
+#include "simd/Pixels.h"
 
 namespace {
 
-using namespace vx::lanes;
+using namespace vx::simd;
+typedef I32x8 V;
 
 // Entries i and i + 1 of a 16-bit table, as the low and high halves of a lane.
 VX_INLINE V Pair(const uint16_t* table, V i) {
   return _mm256_i32gather_epi32(reinterpret_cast<const int*>(table), i.v, 2);
 }
 VX_INLINE V Low16(V x) { return x & V(0xFFFF); }
-VX_INLINE V High16(V x) { return _mm256_srli_epi32(x.v, 16); }
+VX_INLINE V High16(V x) { return Srl(x, 16); }
 
 // Stored 16-bit to linear: between the entries of the two nearest 8-bit codes.
 VX_INLINE V LinearFromStored16(const VX_LinearBlendingTables& t, V v) {
-  const V x = Lanes16::Min(v, V(32768)) * V(255);
+  const V x = Min(v, V(32768)) * V(255);
   const V pair = Pair(t.to_linear, x >> 15);
   const V lo = Low16(pair);
   return lo + (((x & V(0x7FFF)) * (High16(pair) - lo) + V(16384)) >> 15);
@@ -28,7 +28,7 @@ VX_INLINE V LinearFromStored16(const VX_LinearBlendingTables& t, V v) {
 // Linear to stored 16-bit: 3 fractional bits between entries of the reverse
 // curve, values above white read as white.
 VX_INLINE V StoredFromLinear(const VX_LinearBlendingTables& t, V v) {
-  const V x = Lanes16::Min(v, V(32768));
+  const V x = Min(v, V(32768));
   const V pair = Pair(t.from_linear, x >> 3);
   const V lo = Low16(pair);
   return lo + (((x & V(7)) * (High16(pair) - lo) + V(4)) >> 3);
@@ -36,8 +36,7 @@ VX_INLINE V StoredFromLinear(const VX_LinearBlendingTables& t, V v) {
 // (v x 32768 + 128) / 255: the numerator is below 2^23, so the rounded float
 // quotient truncates to the integer one.
 VX_INLINE V Convert8To16(V v) {
-  const __m256 n = _mm256_cvtepi32_ps((v * V(32768) + V(128)).v);
-  return _mm256_cvttps_epi32(_mm256_div_ps(n, _mm256_set1_ps(255.0f)));
+  return Truncate(ToFloat(v * V(32768) + V(128)) / F32x8(255.0f));
 }
 VX_INLINE V Convert16To8(V v) { return (v * V(255) + V(16384)) >> 15; }
 

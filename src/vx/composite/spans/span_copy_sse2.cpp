@@ -1,34 +1,32 @@
 // XferCopy at 8 bits when the row isn't one block copy: the source's colours
 // everywhere, and the source alpha scaled by opacity and mask, or the
 // destination's alpha kept. Four pixels a register.
-#include <emmintrin.h>
-
 #include "composite/spans/SpanVector.h"
-#include "core/ChannelMath.h"
+#include "simd/Depth.h"
 
 namespace {
 
-inline __m128i Mul8x32(__m128i v, __m128i a) {
-  const __m128i t = _mm_add_epi32(_mm_mullo_epi16(v, a), _mm_set1_epi32(128));
-  return _mm_srli_epi32(_mm_add_epi32(t, _mm_srli_epi32(t, 8)), 8);
-}
+using namespace vx::simd;
+
+// Each alpha sits in the low word of its lane with a zero word above, which
+// the word arithmetic keeps zero.
+VX_INLINE I32x4 MulAlpha(I32x4 a, I32x4 b) { return AsInts(Depth8W<128>::mul(AsWords(a), AsWords(b))); }
 
 template <bool Keep, bool Scale, bool Mask>
 VX_Err Run(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, int32_t opacity, VX_Pixel8* dst) {
-  const __m128i low_byte = _mm_set1_epi32(0xFF), op = _mm_set1_epi32(opacity);
+  const I32x4 low_byte(0xFF), op(opacity);
   int32_t i = 0;
   for (; i + 4 <= count; i += 4) {
-    const __m128i s = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
-    auto* out = reinterpret_cast<__m128i*>(dst + i);
-    __m128i a;
+    const I32x4 s = I32x4::Load(src + i);
+    I32x4 a;
     if (Keep) {
-      a = _mm_and_si128(_mm_loadu_si128(out), low_byte);
+      a = I32x4::Load(dst + i) & low_byte;
     } else {
-      a = _mm_and_si128(s, low_byte);
-      if (Scale) a = Mul8x32(a, op);
-      if (Mask) a = Mul8x32(a, _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(mask + i)), low_byte));
+      a = s & low_byte;
+      if (Scale) a = MulAlpha(a, op);
+      if (Mask) a = MulAlpha(a, I32x4::Load(mask + i) & low_byte);
     }
-    _mm_storeu_si128(out, _mm_or_si128(_mm_andnot_si128(low_byte, s), a));
+    (AndNot(low_byte, s) | a).Store(dst + i);
   }
   for (; i < count; ++i) {
     const uint8_t kept = dst[i].alpha;

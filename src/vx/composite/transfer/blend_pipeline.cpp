@@ -11,7 +11,7 @@ VX_Err VX_BlendPipeline(VX_ProgressInfo*, int32_t count, const VX_BlendModeDescr
   const bool save = d->saves_alpha && d->mode.keep_alpha && scratch;
   // Matte-family modes in one pass when nothing in the stages was replaced.
   if (auto fused = VXp_FusedMatteFor(*d, mask != nullptr))
-    return fused(count, source, mask, d->mode.opacity, save, destination);
+    return fused(count, source, mask, d->mode.opacity, true, save, destination);
   if (save)
     for (int32_t i = 0; i < count; ++i) scratch[i] = destination[i].alpha;
   VX_Err err = VX_Err_None;

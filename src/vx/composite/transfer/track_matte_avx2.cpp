@@ -1,13 +1,12 @@
 // Luma-times-alpha matte rows, eight pixels a step at each depth: the scalar
 // rule (the product of alpha and luma, clamped at float, inverted for kind
 // 3) on lanes. Only the output's alphas change, as in the scalar loop.
-#include "simd/LanesAVX2.h"
+#include "composite/spans/SpanLanes.h"
 #include "composite/transfer/TrackMatte.h"
 
 template <class Pixel>
 uint32_t VXp_LumaMatte_AVX2(uint32_t count, const Pixel* row, bool invert, Pixel* out) {
-  using namespace vx::lanes;
-  typedef PixelLanes<Pixel> IO;
+  typedef vx::LanesOf<Pixel, false> IO;
   typedef typename IO::M M;
   typedef typename M::T T;
   uint32_t i = 0;

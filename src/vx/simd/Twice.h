@@ -1,18 +1,17 @@
 // Two blocks of lanes as one operand: every operation runs on both, so a
-// long formula's two independent chains sit side by side in the
-// instruction stream. The recolour steps are a chain of about 130 cycles a
-// block with a divide in it twice, longer than the processor's window
-// reaches across blocks; paired, the window holds twice the independent
-// work. Include only from *_avx2.cpp or *_avx512.cpp.
+// long formula's two independent chains sit side by side in the instruction
+// stream. The recolour steps are a chain of about 130 cycles a block with a
+// divide in it twice, longer than the processor's window reaches across
+// blocks; paired, the window holds twice the independent work.
 #pragma once
 
 #include <type_traits>
 
-#include "simd/LanesWordAVX2.h"
+#include "simd/Base.h"
 
 namespace vx {
 inline namespace VX_ISA_NS {
-namespace lanes {
+namespace simd {
 
 template <class X>
 struct Two {
@@ -23,10 +22,10 @@ struct Two {
   Two(C c) : lo(X(c)), hi(X(c)) {}
 };
 
-#define VX_TWO_BINARY(op)                                                            \
-  template <class X>                                                                 \
+#define VX_TWO_BINARY(op)                                                      \
+  template <class X>                                                           \
   VX_INLINE auto operator op(Two<X> a, Two<X> b)->Two<decltype(a.lo op b.lo)> { \
-    return {a.lo op b.lo, a.hi op b.hi};                                             \
+    return {a.lo op b.lo, a.hi op b.hi};                                       \
   }
 VX_TWO_BINARY(+)
 VX_TWO_BINARY(-)
@@ -47,14 +46,21 @@ template <class X>
 VX_INLINE auto operator!(Two<X> a) -> Two<decltype(!a.lo)> {
   return {!a.lo, !a.hi};
 }
-VX_INLINE bool All(Two<Mask> m) { return All(m.lo & m.hi); }
-VX_INLINE bool None(Two<Mask> m) { return None(m.lo | m.hi); }
+template <class M>
+VX_INLINE bool All(Two<M> m) {
+  return All(m.lo & m.hi);
+}
+template <class M>
+VX_INLINE bool None(Two<M> m) {
+  return None(m.lo | m.hi);
+}
 
-// The lane arithmetic L on pairs of its operands, with the same names.
+// The arithmetic L on pairs of its operands, with the same names.
 template <class L>
 struct Twice {
   typedef Two<typename L::T> T;
-  typedef Two<Mask> B;
+  typedef decltype(typename L::T() < typename L::T()) LaneMask;
+  typedef Two<LaneMask> B;
   static constexpr bool kFloat = L::kFloat, k8 = L::k8, k16 = L::k16;
   static constexpr auto kWhite = L::kWhite, kGrey = L::kGrey, kWhite2 = L::kWhite2;
 
@@ -96,6 +102,6 @@ struct Twice {
   }
 };
 
-}  // namespace lanes
+}  // namespace simd
 }  // namespace VX_ISA_NS
 }  // namespace vx

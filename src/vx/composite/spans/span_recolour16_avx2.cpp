@@ -1,0 +1,4 @@
+// The recolour modes at 16 bits on AVX2 lanes.
+#include "composite/spans/SpanRecolour.h"
+
+VX_RECOLOUR_UNIT(VX_Pixel16, AVX2)
