@@ -39,8 +39,17 @@ struct VX_CompositeModePlus {
   }
 };
 
-// A world whose alpha or luma masks a transfer. matte_kind: 0 alpha,
-// 1 inverted alpha, 2 luma x alpha, 3 inverted luma x alpha.
+// What a track matte masks with; the odd kinds are inverted.
+enum VX_MatteKind : int32_t {
+  VX_MatteKind_Alpha = 0,
+  VX_MatteKind_AlphaInverted = 1,
+  VX_MatteKind_Luma = 2,  // luma x alpha
+  VX_MatteKind_LumaInverted = 3
+};
+constexpr bool VX_IsMatteKind(int32_t kind) { return kind >= VX_MatteKind_Alpha && kind <= VX_MatteKind_LumaInverted; }
+constexpr bool VX_MatteKindInverts(int32_t kind) { return (kind & 1) != 0; }
+
+// A world whose alpha or luma masks a transfer (matte_kind a VX_MatteKind).
 struct VX_TrackMatte {
   VX_LayerDef matte;
   int32_t offset_x;  // the matte's top-left corner in destination coordinates

@@ -119,6 +119,14 @@ inline bool VXp_HasSSE2() { return (*KU_G_CPU_DataP)[KU_CPU_SSE2] != 0; }
 inline bool VXp_HasSSSE3() { return (*KU_G_CPU_DataP)[KU_CPU_SSSE3] != 0; }
 inline bool VXp_HasAVX2() { return (*KU_G_CPU_DataP)[KU_CPU_AVX2] != 0; }
 inline bool VXp_HasAVX512() { return (*KU_G_CPU_DataP)[KU_CPU_AVX512] != 0; }
+// The widest vector forms the CPU record allows, read once per call and
+// carried into its kernels, so that a call never mixes instruction sets.
+enum class VXp_Isa : int32_t { Scalar, SSE2, SSSE3, AVX2, AVX512 };
+inline VXp_Isa VXp_WidestIsa() {
+  if (VXp_HasAVX2()) return VXp_HasAVX512() ? VXp_Isa::AVX512 : VXp_Isa::AVX2;
+  if (VXp_HasSSSE3()) return VXp_Isa::SSSE3;
+  return VXp_HasSSE2() ? VXp_Isa::SSE2 : VXp_Isa::Scalar;
+}
 
 // Start-up pieces.
 void VXp_BuildSoftLightTables();

@@ -35,18 +35,29 @@ template <class Pixel>
 VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX2(int32_t mode);
 template <class Pixel>
 VXp_SpanRecolourProc<Pixel> VXp_SpanRecolour_AVX512(int32_t mode);
-// The widest of the two the CPU record allows; call only where AVX2 may run.
+// The form for an instruction set of AVX2 or wider.
 template <class Pixel>
-VXp_SpanRecolourProc<Pixel> VXp_SpanRecolourWidest(int32_t mode) {
-  return VXp_HasAVX512() ? VXp_SpanRecolour_AVX512<Pixel>(mode) : VXp_SpanRecolour_AVX2<Pixel>(mode);
+VXp_SpanRecolourProc<Pixel> VXp_SpanRecolourFor(VXp_Isa isa, int32_t mode) {
+  return isa == VXp_Isa::AVX512 ? VXp_SpanRecolour_AVX512<Pixel>(mode) : VXp_SpanRecolour_AVX2<Pixel>(mode);
 }
 
-// Runs the behind and recolour stages of the pipeline in one pass when the
-// descriptor's are the package's own and the CPU has the vector form; false
-// leaves the row untouched for the staged path.
+// The behind and recolour stages of a row in one pass, when the
+// descriptor's are the package's own and the CPU has the vector form: on
+// the stored pixels, or with tables on linear rows (8 and 16 bits), where
+// `stable` says the tables' trip from 8 bits to linear and back lands where
+// it started. Planned once for the rows of a call.
 template <class Pixel>
-bool VXp_RunFusedRecolour(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const Pixel* source,
-                          const Pixel* mask, Pixel* destination, VX_Err* err);
+struct VXp_RecolourPass {
+  VXp_SpanRecolourProc<Pixel> direct = nullptr;
+  VXp_SpanRecolourProc<VX_Pixel16> linear = nullptr;
+  bool stable = false;
+  bool Runs() const { return direct || linear; }
+};
+template <class Pixel>
+VXp_RecolourPass<Pixel> VXp_PlanRecolourPass(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask, VXp_Isa isa);
+template <class Pixel>
+VX_Err VXp_RunRecolourPass(const VXp_RecolourPass<Pixel>& pass, int32_t count, const VX_BlendModeDescriptor<Pixel>& d,
+                           const Pixel* source, const Pixel* mask, Pixel* destination);
 
 // A matte-family mode on lanes (null for other modes), in one of two passes:
 // with `stages` the whole pipeline in one pass (flatten, colours, alpha
@@ -61,16 +72,16 @@ template <class Pixel>
 VXp_MatteLanesProc<Pixel> VXp_MatteLanes_AVX2(int32_t mode);
 template <class Pixel>
 VXp_MatteLanesProc<Pixel> VXp_MatteLanes_AVX512(int32_t mode);
-// The widest of the two the CPU record allows; call only where AVX2 may run.
+// The form for an instruction set of AVX2 or wider.
 template <class Pixel>
-VXp_MatteLanesProc<Pixel> VXp_MatteLanesWidest(int32_t mode) {
-  return VXp_HasAVX512() ? VXp_MatteLanes_AVX512<Pixel>(mode) : VXp_MatteLanes_AVX2<Pixel>(mode);
+VXp_MatteLanesProc<Pixel> VXp_MatteLanesFor(VXp_Isa isa, int32_t mode) {
+  return isa == VXp_Isa::AVX512 ? VXp_MatteLanes_AVX512<Pixel>(mode) : VXp_MatteLanes_AVX2<Pixel>(mode);
 }
 // The one-pass pipeline for a descriptor, when it may stand for the staged
 // pipeline: AVX2, no linear tables, the mask as the kernel expects it, and
 // the package's own kernel and stages (a replaced slot keeps the stages).
 template <class Pixel>
-VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask);
+VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask, VXp_Isa isa);
 
 // Rows to linear light (8 and 16 bits to the 16-bit linear pixel) and back,
 // through the blending tables, eight pixels a step; each returns how many

@@ -1,19 +1,16 @@
-// The behind and recolour stages of a row in one pass, eight pixels at a
-// time in registers, when both of the descriptor's stages are the package's
-// own kernels: an acceleration module may have replaced either slot, and
-// then the staged path runs.
+// The behind and recolour stages of a row in one pass, when both of the
+// descriptor's stages are the package's own kernels: an acceleration module
+// may have replaced either slot, and then the staged path runs. Planned once
+// for the rows of a call.
 #include <cstring>
-#include <memory>
-#include <new>
 
-#include "composite/spans/SpanTable.h"
+#include "composite/spans/LinearRows.h"
+#include "composite/spans/SpanKernels.h"
 #include "composite/spans/SpanVector.h"
 #include "core/Internal.h"
 #include "vx/Blend.h"
 
 namespace {
-
-using vx::XferLinearPixel;
 
 // Whether taking an 8-bit pixel to linear light, back and to linear again
 // lands where the first step did, for every code of these tables. Then a
@@ -64,76 +61,70 @@ void BehindInLinearLight(int32_t count, const VX_BlendingMode<VX_Pixel16>& linea
 // With tables the staged path takes the row to linear light and back around
 // each of the two stages. Here the source goes once, and the destination
 // goes back to stored and to linear between the stages only where it must
-// to round as the staged path does.
+// to round as the staged path does. The pass runs on AVX2 or wider.
 template <class Pixel>
-VX_Err RecolourInLinearLight(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const Pixel* source,
-                             const Pixel* mask, Pixel* destination) {
-  typedef VX_Pixel16 L;
-  const VXp_SpanRecolourProc<L> proc = VXp_SpanRecolourWidest<L>(d->mode.transfer_mode);
+VX_Err RecolourInLinearLight(const VXp_RecolourPass<Pixel>& pass, int32_t count, const VX_BlendModeDescriptor<Pixel>& d,
+                             const Pixel* source, const Pixel* mask, Pixel* destination) {
+  constexpr VXp_Isa kIsa = VXp_Isa::AVX2;
   if (count <= 0) return VX_Err_None;
-  const VX_LinearBlendingTables& t = *d->tables;
-  const size_t n = static_cast<size_t>(count);
-  std::unique_ptr<L[]> rows(new (std::nothrow) L[n * (mask ? 3 : 2)]);
-  if (!rows) return VX_Err_OutOfMemory;
-  L* ls = rows.get();
-  L* ld = ls + n;
-  L* lm = mask ? ld + n : nullptr;
-  vx::ToLinearRow(t, source, count, ls);
-  vx::ToLinearRow(t, destination, count, ld);
-  if (mask)
-    for (size_t i = 0; i < n; ++i) lm[i] = L{static_cast<uint16_t>(vx::LinearAlpha(Pixel{}, mask[i].alpha)), 0, 0, 0};
-  const VX_BlendingMode<L> linear{d->mode.transfer_mode, d->mode.dissolve_seed,
-                                  static_cast<uint16_t>(vx::LinearAlpha(Pixel{}, d->mode.opacity)), d->mode.keep_alpha};
+  const VX_LinearBlendingTables& t = *d.tables;
+  vx::LinearSpan<Pixel> rows;
+  if (const VX_Err err = rows.template Open<kIsa>(t, d.mode, count, source, mask, destination)) return err;
   // The staged path rounds the whole row between the stages; when the
   // trip is stable that moves only the pixels behind changed.
-  const bool stable = std::is_same_v<Pixel, VX_Pixel8> && LinearTripIsStable(t);
-  const VX_LinearBlendingTables* round = stable ? &t : nullptr;
+  const VX_LinearBlendingTables* round = pass.stable ? &t : nullptr;
   if (mask)
-    BehindInLinearLight<Pixel, true>(count, linear, ls, lm, ld, round);
+    BehindInLinearLight<Pixel, true>(count, rows.mode, rows.src, rows.mask, rows.dst, round);
   else
-    BehindInLinearLight<Pixel, false>(count, linear, ls, lm, ld, round);
-  if (!stable) {
-    vx::FromLinearRow(t, ld, count, destination);
-    vx::ToLinearRow(t, destination, count, ld);
+    BehindInLinearLight<Pixel, false>(count, rows.mode, rows.src, rows.mask, rows.dst, round);
+  if (!pass.stable) {
+    vx::FromLinearRow<kIsa>(t, rows.dst, count, destination);
+    vx::ToLinearRow<kIsa>(t, destination, count, rows.dst);
   }
-  if (const VX_Err err = proc(count, ls, lm, linear.opacity, linear.keep_alpha, false, ld)) return err;
-  vx::FromLinearRow(t, ld, count, destination);
+  if (const VX_Err err = pass.linear(count, rows.src, rows.mask, rows.mode.opacity, rows.mode.keep_alpha, false, rows.dst))
+    return err;
+  rows.template Close<kIsa>(t, count, destination);
   return VX_Err_None;
 }
 
 }  // namespace
 
 template <class Pixel>
-bool VXp_RunFusedRecolour(int32_t count, const VX_BlendModeDescriptor<Pixel>* d, const Pixel* source,
-                          const Pixel* mask, Pixel* destination, VX_Err* err) {
+VXp_RecolourPass<Pixel> VXp_PlanRecolourPass(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask, VXp_Isa isa) {
   constexpr bool kFloat = std::is_same_v<Pixel, VX_PixelFloat>;
-  const int32_t mode = d->mode.transfer_mode;
-  const bool tables = d->tables != nullptr;
-  if ((tables && kFloat) || d->uses_matte || !d->needs_behind || VX_XferFamilyOf(mode) != VX_XferFamily::Recolour ||
-      !VXp_HasAVX2())
-    return false;
+  VXp_RecolourPass<Pixel> pass;
+  const int32_t mode = d.mode.transfer_mode;
+  const bool tables = d.tables != nullptr;
+  if ((tables && kFloat) || d.uses_matte || !d.needs_behind || VX_XferFamilyOf(mode) != VX_XferFamily::Recolour ||
+      isa < VXp_Isa::AVX2)
+    return pass;
   VX_InnerBlendingFunc<Pixel> behind{nullptr}, blend{nullptr};
   const VX_GetInnerBlendingProc<Pixel> get =
-      tables ? (mask ? &VX_GetInnerBlendingFunc<Pixel, true, true> : &VX_GetInnerBlendingFunc<Pixel, false, true>)
-             : (mask ? &VX_GetInnerBlendingFunc<Pixel, true, false> : &VX_GetInnerBlendingFunc<Pixel, false, false>);
-  if (get(XferBehind, &behind) || get(mode, &blend)) return false;
-  if (behind.func != d->behind_func.func || blend.func != d->blend_func.func) return false;
-  if constexpr (!kFloat) {
-    if (tables) {
-      if (!VXp_SpanRecolourWidest<VX_Pixel16>(mode)) return false;
-      *err = RecolourInLinearLight(count, d, source, mask, destination);
-      return true;
-    }
+      tables ? (has_mask ? &VX_GetInnerBlendingFunc<Pixel, true, true> : &VX_GetInnerBlendingFunc<Pixel, false, true>)
+             : (has_mask ? &VX_GetInnerBlendingFunc<Pixel, true, false> : &VX_GetInnerBlendingFunc<Pixel, false, false>);
+  if (get(XferBehind, &behind) || get(mode, &blend)) return pass;
+  if (behind.func != d.behind_func.func || blend.func != d.blend_func.func) return pass;
+  if (tables) {
+    pass.linear = VXp_SpanRecolourFor<VX_Pixel16>(isa, mode);
+    pass.stable = std::is_same_v<Pixel, VX_Pixel8> && LinearTripIsStable(*d.tables);
+  } else {
+    pass.direct = VXp_SpanRecolourFor<Pixel>(isa, mode);
   }
-  const VXp_SpanRecolourProc<Pixel> proc = VXp_SpanRecolourWidest<Pixel>(mode);
-  if (!proc) return false;
-  *err = proc(count, source, mask, d->mode.opacity, d->mode.keep_alpha, true, destination);
-  return true;
+  return pass;
 }
 
-template bool VXp_RunFusedRecolour(int32_t, const VX_BlendModeDescriptor<VX_Pixel8>*, const VX_Pixel8*,
-                                   const VX_Pixel8*, VX_Pixel8*, VX_Err*);
-template bool VXp_RunFusedRecolour(int32_t, const VX_BlendModeDescriptor<VX_Pixel16>*, const VX_Pixel16*,
-                                   const VX_Pixel16*, VX_Pixel16*, VX_Err*);
-template bool VXp_RunFusedRecolour(int32_t, const VX_BlendModeDescriptor<VX_PixelFloat>*, const VX_PixelFloat*,
-                                   const VX_PixelFloat*, VX_PixelFloat*, VX_Err*);
+template <class Pixel>
+VX_Err VXp_RunRecolourPass(const VXp_RecolourPass<Pixel>& pass, int32_t count, const VX_BlendModeDescriptor<Pixel>& d,
+                           const Pixel* source, const Pixel* mask, Pixel* destination) {
+  if constexpr (!std::is_same_v<Pixel, VX_PixelFloat>)
+    if (pass.linear) return RecolourInLinearLight(pass, count, d, source, mask, destination);
+  return pass.direct(count, source, mask, d.mode.opacity, d.mode.keep_alpha, true, destination);
+}
+
+#define VX_RECOLOUR_PASS_INSTANTIATE(Pixel)                                                                        \
+  template VXp_RecolourPass<Pixel> VXp_PlanRecolourPass(const VX_BlendModeDescriptor<Pixel>&, bool, VXp_Isa);    \
+  template VX_Err VXp_RunRecolourPass(const VXp_RecolourPass<Pixel>&, int32_t, const VX_BlendModeDescriptor<Pixel>&, \
+                                      const Pixel*, const Pixel*, Pixel*);
+VX_RECOLOUR_PASS_INSTANTIATE(VX_Pixel8)
+VX_RECOLOUR_PASS_INSTANTIATE(VX_Pixel16)
+VX_RECOLOUR_PASS_INSTANTIATE(VX_PixelFloat)

@@ -75,8 +75,8 @@ template struct VX_BlendModeDescriptor<VX_Pixel16>;
 template struct VX_BlendModeDescriptor<VX_PixelFloat>;
 
 template <class Pixel>
-VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask) {
-  if (!d.uses_matte || !d.merges_alpha || d.tables || !VXp_HasAVX2()) return nullptr;
+VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>& d, bool has_mask, VXp_Isa isa) {
+  if (!d.uses_matte || !d.merges_alpha || d.tables || isa < VXp_Isa::AVX2) return nullptr;
   const int32_t mode = d.mode.transfer_mode;
   const int32_t stage = VXp_MatteStageOf(VX_XferFamilyOf(mode));
   if (stage < 0) return nullptr;
@@ -89,9 +89,9 @@ VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>&
   const VX_Err err = has_mask ? VX_GetInnerBlendingFunc<Pixel, true, false>(mode, &own)
                               : VX_GetInnerBlendingFunc<Pixel, false, false>(mode, &own);
   if (err || !own.func || own.func != d.blend_func.func) return nullptr;
-  return VXp_MatteLanesWidest<Pixel>(mode);
+  return VXp_MatteLanesFor<Pixel>(isa, mode);
 }
 
-template VXp_MatteLanesProc<VX_Pixel8> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel8>&, bool);
-template VXp_MatteLanesProc<VX_Pixel16> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel16>&, bool);
-template VXp_MatteLanesProc<VX_PixelFloat> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_PixelFloat>&, bool);
+template VXp_MatteLanesProc<VX_Pixel8> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel8>&, bool, VXp_Isa);
+template VXp_MatteLanesProc<VX_Pixel16> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_Pixel16>&, bool, VXp_Isa);
+template VXp_MatteLanesProc<VX_PixelFloat> VXp_FusedMatteFor(const VX_BlendModeDescriptor<VX_PixelFloat>&, bool, VXp_Isa);

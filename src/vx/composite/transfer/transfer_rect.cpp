@@ -1,10 +1,12 @@
 // Transfer rectangles: clip a rectangle of one world onto another, plan the
 // row once, and run the blend pipeline row by row with the track matte's
 // mask rows, field selection, progress and the dissolve seed.
+#include <climits>
 #include <cstring>
 #include <utility>
 
 #include "composite/spans/SpanVector.h"
+#include "composite/transfer/BlendPlan.h"
 #include "composite/transfer/TrackMatte.h"
 #include "composite/transfer/TransferSlots.h"
 #include "core/Internal.h"
@@ -52,7 +54,7 @@ bool Clip(const GEO_LRect& source_rect, const VX_LayerDef& source, const VX_Laye
   const GEO_LRect dest_bounds{0, 0, destination.width, destination.height};
   if (!GEO_SectLRect(&r, &dest_bounds, &r)) return false;
   // Outside an inverted matte the layer shows fully, so only plain mattes clip.
-  if (mask && (mask->matte_kind & 1) == 0) {
+  if (mask && !VX_MatteKindInverts(mask->matte_kind)) {
     const GEO_LRect matte_bounds{mask->offset_x, mask->offset_y, mask->offset_x + mask->matte.width,
                                  mask->offset_y + mask->matte.height};
     if (!GEO_SectLRect(&r, &matte_bounds, &r)) return false;
@@ -62,8 +64,7 @@ bool Clip(const GEO_LRect& source_rect, const VX_LayerDef& source, const VX_Laye
 }
 
 bool BadMatte(const VX_TrackMatte* mask, int16_t depth) {
-  return mask && (!mask->matte.data || VXp_WorldDepth(&mask->matte) != depth || mask->matte_kind < 0 ||
-                  mask->matte_kind > 3);
+  return mask && (!mask->matte.data || VXp_WorldDepth(&mask->matte) != depth || !VX_IsMatteKind(mask->matte_kind));
 }
 
 // The rows of a transfer, from top: which are blended (field parity) and
@@ -118,25 +119,37 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
   const GEO_LRect whole{0, 0, source->width, source->height};
   const GEO_LRect requested = source_rect ? *source_rect : whole;
 
-  // Row buffers: the saved alpha and the mask row, the first two of a
-  // caller's block (the other eight are spare), else from the pool.
-  void* saved = nullptr;
-  void* mask_row = nullptr;
-  if (caller.row_buffers && caller.row_buffers[0] && caller.row_buffers[1]) {
-    saved = caller.row_buffers[0];
-    mask_row = caller.row_buffers[1];
-  } else {
-    VXp_ScratchSet scratch;
-    const int32_t width = std::max(requested.right - requested.left, 1);
-    const int32_t depth_code = static_cast<int32_t>(sizeof(Channel));
-    if (VX_Err err = VXp_ReallocScratch(width, depth_code, false, &scratch)) return err;
-    saved = scratch.buffers[0];
-    mask_row = scratch.buffers[1];
-  }
-
   GEO_LRect r;
   int32_t dx, dy;
   if (!Clip(requested, *source, *destination, mask, dest_x, dest_y, &r, &dx, &dy)) return VX_Err_None;
+  const int32_t count = r.right - r.left;
+  VX_BlendModeDescriptor<Pixel> descriptor(mode, mask != nullptr, tables);
+  const VXp_Isa isa = VXp_WidestIsa();
+  const VXp_BlendPlan<Pixel> plan(descriptor, mask != nullptr, isa);
+
+  // Row buffers for the clipped width: the saved alpha and the mask row, the
+  // first two of a caller's block (the other eight are spare), else from
+  // the pool, which also holds the rows the plan's kernels take in linear
+  // light; they are reserved here, so no row allocates.
+  void* saved = nullptr;
+  void* mask_row = nullptr;
+  const bool own_buffers = caller.row_buffers && caller.row_buffers[0] && caller.row_buffers[1];
+  const int64_t linear_bytes = plan.ScratchBytes(count);
+  if (!own_buffers || linear_bytes > 0) {
+    VXp_ScratchSet scratch;
+    const int32_t depth_code = static_cast<int32_t>(sizeof(Channel));
+    const int64_t for_linear = (linear_bytes + 4 * depth_code - 1) / (4 * depth_code);
+    if (for_linear > INT32_MAX) return VX_Err_OutOfMemory;
+    if (VX_Err err = VXp_ReallocScratch(std::max(count, static_cast<int32_t>(for_linear)), depth_code, false, &scratch))
+      return err;
+    saved = scratch.buffers[0];
+    mask_row = scratch.buffers[1];
+  }
+  if (own_buffers) {
+    saved = caller.row_buffers[0];
+    mask_row = caller.row_buffers[1];
+  }
+
   const int32_t parity = field == 1 ? 1 : (field == 2 ? 0 : 2);
   VX_ProgressFunc report = progress && progress->progress ? progress->progress : &NoProgress;
   void* refcon = progress ? progress->refcon : nullptr;
@@ -146,8 +159,6 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
   if (plus.transfer_mode == XferAlphaMul || plus.transfer_mode == XferLumaMul)
     VXp_ClearAlphaExceptRect(dst_view, r);
 
-  VX_BlendModeDescriptor<Pixel> descriptor(mode, mask != nullptr, tables);
-  const int32_t count = r.right - r.left;
   auto row_at = [&](int32_t y) {
     return std::pair<const Pixel*, Pixel*>(src_view.PixelAt(r.left - dx, y - dy), dst_view.PixelAt(r.left, y));
   };
@@ -163,12 +174,11 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
     }
     const int32_t y = walk.y;
     const auto [src_row, dst_row] = row_at(y);
-    const Pixel* mask_pixels = mask ? VXp_MatteRow<Pixel>(*mask, r.left, y, count, static_cast<Pixel*>(mask_row))
+    const Pixel* mask_pixels = mask ? VXp_MatteRow<Pixel>(*mask, r.left, y, count, static_cast<Pixel*>(mask_row), isa)
                                     : nullptr;
     descriptor.mode.dissolve_seed = static_cast<int32_t>(walk.seed);
     if (walk.Blends())
-      err = VX_BlendPipeline<Pixel>(progress, count, &descriptor, src_row, mask_pixels, static_cast<Channel*>(saved),
-                                    dst_row);
+      err = plan.Run(count, src_row, mask_pixels, static_cast<Channel*>(saved), dst_row);
     if (!err && walk.Reports()) err = report_progress(y);
     walk.Next();
   }

@@ -96,7 +96,7 @@ void CheckAgainstStaged() {
       const bool keep = r.Int(0, 2) == 0, with_mask = r.Int(0, 1) == 0;
       const Pixel* m = with_mask ? mask.data() + mo : nullptr;
       const auto d = Descriptor<Pixel>(mode, opacity, keep, with_mask);
-      ASSERT_NE(VXp_FusedMatteFor(d, with_mask), nullptr) << xt::ModeName(mode);
+      ASSERT_NE(VXp_FusedMatteFor(d, with_mask, VXp_WidestIsa()), nullptr) << xt::ModeName(mode);
       std::vector<Pixel> want = dst, got = dst;
       Staged(d, count, src.data() + so, m, want.data() + dof);
       std::vector<st::Ch<Pixel>> scratch(static_cast<size_t>(count) + 1);
@@ -155,22 +155,22 @@ VX_Err ForeignKernel(int32_t, const VX_BlendModeDescriptor<VX_Pixel8>*, const VX
 TEST(FusedMatteChoice, OnlyThePackagesOwnStagesAreFused) {
   if (!VXp_HasAVX2()) GTEST_SKIP() << "no AVX2";
   const auto plain = Descriptor<VX_Pixel8>(XferAdd, 255, false, false);
-  EXPECT_NE(VXp_FusedMatteFor(plain, false), nullptr);
-  EXPECT_EQ(VXp_FusedMatteFor(plain, true), nullptr);
-  EXPECT_EQ(VXp_FusedMatteFor(Descriptor<VX_Pixel8>(XferOver, 255, false, false), false), nullptr);
+  EXPECT_NE(VXp_FusedMatteFor(plain, false, VXp_WidestIsa()), nullptr);
+  EXPECT_EQ(VXp_FusedMatteFor(plain, true, VXp_WidestIsa()), nullptr);
+  EXPECT_EQ(VXp_FusedMatteFor(Descriptor<VX_Pixel8>(XferOver, 255, false, false), false, VXp_WidestIsa()), nullptr);
   auto stage = plain;
   stage.matte_func = &ForeignStage;
-  EXPECT_EQ(VXp_FusedMatteFor(stage, false), nullptr);
+  EXPECT_EQ(VXp_FusedMatteFor(stage, false, VXp_WidestIsa()), nullptr);
   auto wrong_pair = plain;
   wrong_pair.matte_func =
       VXp_Slot<VX_BlendSpanProc<VX_Pixel8>>(VX_Slot_MatteBlack8 + static_cast<int32_t>(VXp_Stage_MatteWhite));
-  EXPECT_EQ(VXp_FusedMatteFor(wrong_pair, false), nullptr);
+  EXPECT_EQ(VXp_FusedMatteFor(wrong_pair, false, VXp_WidestIsa()), nullptr);
   auto kernel = plain;
   kernel.blend_func.func = &ForeignKernel;
-  EXPECT_EQ(VXp_FusedMatteFor(kernel, false), nullptr);
+  EXPECT_EQ(VXp_FusedMatteFor(kernel, false, VXp_WidestIsa()), nullptr);
   {
     vxtest::CPUScope cpu(1, 1, 0);
-    EXPECT_EQ(VXp_FusedMatteFor(plain, false), nullptr);
+    EXPECT_EQ(VXp_FusedMatteFor(plain, false, VXp_WidestIsa()), nullptr);
   }
   // The replaced kernel does nothing, so the row only goes through the stages.
   VX_Pixel8 src[3] = {{255, 200, 0, 0}, {0, 0, 0, 0}, {128, 255, 255, 255}};

@@ -53,20 +53,17 @@ TEST(TrackMatte, FloatLumaRowsMatchTheScalarRule) {
   for (VX_PixelFloat& p : row) p = {r.Float(-0.5f, 1.5f), r.Float(-0.5f, 2.0f), r.Float(0, 1), r.Float(0, 1)};
   row[3] = {1e-9f, 1e-9f, 1e-9f, 1e-9f};
   row[9] = {2.0f, 1.0f, 1.0f, 1.0f};
-  for (int32_t kind : {2, 3}) {
+  for (int32_t kind : {VX_MatteKind_Luma, VX_MatteKind_LumaInverted}) {
     std::vector<VX_PixelFloat> fast(50, VX_PixelFloat{7, 7, 7, 7}), slow = fast;
-    VXp_PrepMatteRow<VX_PixelFloat>(50, row.data(), 2, 45, kind, fast.data());
-    {
-      vxtest::CPUScope scalar(0, 0, 0);
-      VXp_PrepMatteRow<VX_PixelFloat>(50, row.data(), 2, 45, kind, slow.data());
-    }
+    VXp_PrepMatteRow<VX_PixelFloat>(50, row.data(), 2, 45, kind, fast.data(), VXp_WidestIsa());
+    VXp_PrepMatteRow<VX_PixelFloat>(50, row.data(), 2, 45, kind, slow.data(), VXp_Isa::Scalar);
     for (int32_t i = 0; i < 50; ++i) {
       ASSERT_EQ(std::memcmp(&fast[i], &slow[i], sizeof fast[i]), 0) << "kind " << kind << " output " << i;
       if (i >= 2 && i < 47) {
         const VX_PixelFloat& p = row[i - 2];
         float v = p.alpha * (p.red * 0.299f + p.green * 0.587f + p.blue * 0.114f);
         v = v > 1.0f ? 1.0f : (v < 1e-16f ? 0.0f : v);
-        ASSERT_EQ(slow[i].alpha, kind == 2 ? v : 1.0f - v) << "kind " << kind << " output " << i;
+        ASSERT_EQ(slow[i].alpha, kind == VX_MatteKind_Luma ? v : 1.0f - v) << "kind " << kind << " output " << i;
       }
     }
   }

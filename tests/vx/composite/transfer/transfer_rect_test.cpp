@@ -153,6 +153,53 @@ TYPED_TEST(TransferRect, LinearTablesReachThePipeline) {
     }
 }
 
+// Rows in linear light come from the scratch pool, reserved before the
+// first row: the allocation-failure switch reaches them, a failed transfer
+// writes nothing, and a pool that has grown serves every row without
+// another allocation. The public pipeline's kernels take the pool too.
+TYPED_TEST(TransferRect, LinearRowsComeFromTheScratchPool) {
+  typedef TypeParam Pixel;
+  const auto tables = xt::GammaTables(2.2);
+  constexpr int32_t kWidth = 3000;
+  vxtest::EffectWorld src(kWidth, 3, this->kDepth), dst(kWidth, 3, this->kDepth), before(kWidth, 3, this->kDepth);
+  vxtest::Random r(45);
+  for (int32_t y = 0; y < 3; ++y)
+    for (int32_t x = 0; x < kWidth; ++x) {
+      *src.template At<Pixel>(x, y) = xt::RandomPixel<Pixel>(r);
+      *dst.template At<Pixel>(x, y) = *before.template At<Pixel>(x, y) = xt::RandomPixel<Pixel>(r);
+    }
+  const auto same_as_before = [&] {
+    for (int32_t y = 0; y < 3; ++y)
+      if (std::memcmp(dst.template At<Pixel>(0, y), before.template At<Pixel>(0, y), kWidth * sizeof(Pixel))) return false;
+    return true;
+  };
+  const VX_CompositeModePlus multiply(XferMultiply, 0.75f, nullptr, false, 0);
+  const auto transfer = [&] {
+    return VX_TransferRect(nullptr, 0, 0, 0, nullptr, src.get(), &multiply, tables.get(), nullptr, 0, 0, dst.get());
+  };
+  ASSERT_EQ(VX_FreeUpSomeMemory(), 0);
+  {
+    vxtest::FailAllocationsScope no_memory(0);
+    EXPECT_EQ(transfer(), 4);
+  }
+  EXPECT_TRUE(same_as_before());
+  ASSERT_EQ(transfer(), 0);
+  for (int32_t y = 0; y < 3; ++y)
+    std::memcpy(dst.template At<Pixel>(0, y), before.template At<Pixel>(0, y), kWidth * sizeof(Pixel));
+  {
+    vxtest::FailAllocationsScope no_memory(0);
+    EXPECT_EQ(transfer(), 0);
+  }
+  EXPECT_FALSE(same_as_before());
+
+  VX_BlendModeDescriptor<Pixel> d(VX_BlendingMode<Pixel>{XferScreen, 0, xt::kW<Pixel>, false}, false, tables.get());
+  ASSERT_EQ(VX_FreeUpSomeMemory(), 0);
+  vxtest::FailAllocationsScope no_memory(0);
+  EXPECT_EQ(VX_BlendPipeline<Pixel>(nullptr, kWidth, &d, src.template At<Pixel>(0, 0), nullptr, nullptr,
+                                    dst.template At<Pixel>(0, 0)),
+            4);
+}
+
 // The noise follows the destination column and the clipped top row.
 TYPED_TEST(TransferRect, DissolveSeedsAdvanceByColumnAndRow) {
   typedef TypeParam Pixel;
@@ -242,12 +289,14 @@ TYPED_TEST(TransferRect, BadInputLeavesTheDestinationAlone) {
   // A matte of another depth.
   const VX_TrackMatte bad{*other.get(), 0, 0, 0};
   EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, nullptr, this->src.get(), &over, nullptr, &bad, 0, 0, this->dst.get()), 3);
-  // Scratch that can't be had: a very wide rectangle and no memory.
+  // Scratch that can't be had: rows wider than the pool holds after it is
+  // trimmed to its start size, and no memory.
   {
-    const GEO_LRect wide{0, 0, 3000000, 5};
+    vxtest::EffectWorld wide_src(3000, 2, this->kDepth), wide_dst(3000, 2, this->kDepth);
+    ASSERT_EQ(VX_FreeUpSomeMemory(), 0);
     vxtest::FailAllocationsScope no_memory(0);
-    EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, &wide, this->src.get(), &over, nullptr, nullptr, 0, 0,
-                              this->dst.get()),
+    EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, nullptr, wide_src.get(), &over, nullptr, nullptr, 0, 0,
+                              wide_dst.get()),
               4);
   }
   // Clipped away entirely, also for the alpha modes.
