@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "support/FailAllocations.h"
 #include "vxhost/Host.h"
 
 namespace {
@@ -14,10 +15,7 @@ int Second() { return 2; }
 class SuiteRegistryTest : public ::testing::Test {
  protected:
   void SetUp() override { ADDN_RemoveAllSuites(); }
-  void TearDown() override {
-    KU_FailAllocationsAfter(-1);
-    ADDN_RemoveAllSuites();
-  }
+  void TearDown() override { ADDN_RemoveAllSuites(); }
   const ADDN_HBBasicSuite* basic_ = ADDN_GetHBBasicSuite();
 };
 
@@ -88,9 +86,10 @@ TEST_F(SuiteRegistryTest, RefusesBadRegistrationsAndFailsWithoutMemory) {
   EXPECT_EQ(ADDN_AddHBSuite(0, 0, "", 1, 1, 1, table), 3);
   EXPECT_EQ(ADDN_AddHBSuite(0, 0, "X", 1, 1, 1, nullptr), 3);
   EXPECT_EQ(ADDN_AddHBSuite(0, 0, "X", 1, 1, -1, table), 3);
-  KU_FailAllocationsAfter(0);
-  EXPECT_EQ(ADDN_AddHBSuite(0, 0, "X", 1, 1, 1, table), 4);
-  KU_FailAllocationsAfter(-1);
+  {
+    vxtest::FailAllocationsScope failing(0);
+    EXPECT_EQ(ADDN_AddHBSuite(0, 0, "X", 1, 1, 1, table), 4);
+  }
   EXPECT_EQ(ADDN_GetSuiteCount(), 0);
 }
 

@@ -19,7 +19,6 @@ class Lifecycle : public ::testing::Test {
   void TearDown() override {
     HOST_ResetSiblingVersions();
     HOST_SetBrokerLinkAnswer(true);
-    KU_FailAllocationsAfter(-1);
     KU_ResetCPUFeatures();
     KU_TakeReports();
   }
@@ -104,9 +103,10 @@ TEST_F(Lifecycle, ALinkStepThatAnswersNoGivesOneAndShutDownStillWorks) {
 }
 
 TEST_F(Lifecycle, OutOfMemoryAtStartUpStopsTheLaterSteps) {
-  KU_FailAllocationsAfter(0);
-  EXPECT_EQ(VX_Birth(), 4);
-  KU_FailAllocationsAfter(-1);
+  {
+    vxtest::FailAllocationsScope failing(0);
+    EXPECT_EQ(VX_Birth(), 4);
+  }
   EXPECT_EQ(VXp_G_OverFuncs[VX_Slot_Iterate], nullptr) << "the table is filled after the failed step";
   VX_Death();
   ASSERT_EQ(VX_Birth(), 0);

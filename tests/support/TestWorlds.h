@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "support/FailAllocations.h"
 #include "vx/VX.h"
 #include "vxhost/Host.h"
 
@@ -74,9 +76,12 @@ void FillRandom(VX_LayerDef* world, Random& random) {
 std::vector<KU_ReportRecord> TakeReports();
 bool HasReport(const std::vector<KU_ReportRecord>& reports, const std::string& text_part);
 
+// The one pixel equality of the tests: the same bits in every channel,
+// except that any NaN equals any NaN.
 template <class Pixel>
 bool SamePixel(const Pixel& a, const Pixel& b) {
-  return a.alpha == b.alpha && a.red == b.red && a.green == b.green && a.blue == b.blue;
+  const auto same = [](auto x, auto y) { return std::memcmp(&x, &y, sizeof x) == 0 || (x != x && y != y); };
+  return same(a.alpha, b.alpha) && same(a.red, b.red) && same(a.green, b.green) && same(a.blue, b.blue);
 }
 
 // Sets the CPU record's vector fields for the scope, and puts back what they
@@ -91,11 +96,6 @@ struct CPUScope {
 };
 
 // Allocations fail after n successes, until the scope ends.
-struct FailAllocationsScope {
-  explicit FailAllocationsScope(long n) { KU_FailAllocationsAfter(n); }
-  ~FailAllocationsScope() { KU_FailAllocationsAfter(-1); }
-};
-
 }  // namespace vxtest
 
 inline std::ostream& operator<<(std::ostream& os, const VX_Pixel8& p) {

@@ -20,10 +20,7 @@ void ExpectBufferSizes(const VXp_ScratchSet& set, size_t first, size_t others) {
 
 class ScratchTest : public ::testing::Test {
  protected:
-  void TearDown() override {
-    KU_FailAllocationsAfter(-1);
-    EXPECT_EQ(VX_FreeUpSomeMemory(), 0);
-  }
+  void TearDown() override { EXPECT_EQ(VX_FreeUpSomeMemory(), 0); }
 };
 
 TEST_F(ScratchTest, GrowsOnDemandAndShrinksOnlyWhenForced) {
@@ -56,10 +53,11 @@ TEST_F(ScratchTest, FailedReallocationKeepsTheOldBuffers) {
   // Failing at the first, second and third of the new buffers.
   for (long n = 0; n < 3; ++n) {
     SCOPED_TRACE(n);
-    KU_FailAllocationsAfter(n);
-    VXp_ScratchSet set{};
-    EXPECT_EQ(VXp_ReallocScratch(100000, 4, true, &set), 4);
-    KU_FailAllocationsAfter(-1);
+    {
+      vxtest::FailAllocationsScope failing(n);
+      VXp_ScratchSet set{};
+      EXPECT_EQ(VXp_ReallocScratch(100000, 4, true, &set), 4);
+    }
     EXPECT_EQ(VXp_ScratchCapacity(), 4096u);
     const VXp_ScratchSet after = Current();
     for (int i = 0; i < 3; ++i) EXPECT_EQ(after.buffers[i], before.buffers[i]);

@@ -55,12 +55,7 @@ Pixel WithMask(int32_t mode, const Pixel& s, Ch<Pixel> opacity, Ch<Pixel> mask, 
   return d;
 }
 
-// Equal pixels, NaN equal to NaN.
-template <class Pixel>
-bool Same(const Pixel& a, const Pixel& b) {
-  auto eq = [](auto x, auto y) { return x == y || (x != x && y != y); };
-  return eq(a.alpha, b.alpha) && eq(a.red, b.red) && eq(a.green, b.green) && eq(a.blue, b.blue);
-}
+using vxtest::SamePixel;
 
 // Tables for c^gamma, with the float exponents of the same curve.
 inline std::unique_ptr<VX_LinearBlendingTables> GammaTables(double gamma) {

@@ -133,7 +133,7 @@ TYPED_TEST(XferModes, TransparentDestinationYieldsTheSource) {
       EXPECT_NEAR(out.blue, s.blue, tol) << xt::ModeName(m);
       EXPECT_EQ(out.alpha, xt::kW<Pixel>);
     }
-    EXPECT_TRUE(xt::Same(xt::Plain(XferDissolve, s, d), d));
+    EXPECT_TRUE(vxtest::SamePixel(xt::Plain(XferDissolve, s, d), d));
   }
 }
 
@@ -173,7 +173,7 @@ void CheckExact(const std::vector<ExactCase<Pixel>>& cases) {
     return Pixel{C(v[0]), C(v[1]), C(v[2]), C(v[3])};
   };
   for (const auto& c : cases)
-    EXPECT_TRUE(xt::Same(xt::Plain(c.mode, px(c.s), px(c.d)), px(c.out)))
+    EXPECT_TRUE(vxtest::SamePixel(xt::Plain(c.mode, px(c.s), px(c.d)), px(c.out)))
         << xt::ModeName(c.mode) << " " << xt::Plain(c.mode, px(c.s), px(c.d));
 }
 

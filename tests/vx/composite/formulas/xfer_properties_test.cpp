@@ -37,12 +37,12 @@ TYPED_TEST(XferProperties, ZeroSourceAlphaChangesNothing) {
       Pixel s = xt::RandomPixel<Pixel>(r);
       const Pixel d = xt::RandomPixel<Pixel>(r);
       const auto any = xt::Channel<Pixel>(r);
-      ASSERT_TRUE(xt::Same(xt::WithOpacity(m, s, 0, d, t), d)) << xt::ModeName(m);
-      ASSERT_TRUE(xt::Same(xt::WithMask(m, s, any, 0, d, t), d)) << xt::ModeName(m);
+      ASSERT_TRUE(vxtest::SamePixel(xt::WithOpacity(m, s, 0, d, t), d)) << xt::ModeName(m);
+      ASSERT_TRUE(vxtest::SamePixel(xt::WithMask(m, s, any, 0, d, t), d)) << xt::ModeName(m);
       s.alpha = 0;
       if (m != XferAddPremul) {
-        ASSERT_TRUE(xt::Same(xt::Plain(m, s, d, t), d)) << xt::ModeName(m) << " " << d;
-        ASSERT_TRUE(xt::Same(xt::WithMask(m, s, any, any, d, t), d)) << xt::ModeName(m);
+        ASSERT_TRUE(vxtest::SamePixel(xt::Plain(m, s, d, t), d)) << xt::ModeName(m) << " " << d;
+        ASSERT_TRUE(vxtest::SamePixel(xt::WithMask(m, s, any, any, d, t), d)) << xt::ModeName(m);
       }
     }
   }
@@ -65,10 +65,10 @@ TYPED_TEST(XferProperties, VariantsAgreeWithTheScaledSourceAlpha) {
       scaled.alpha = static_cast<xt::Ch<Pixel>>(A::mul(op, s.alpha));
       Pixel masked = scaled;
       masked.alpha = static_cast<xt::Ch<Pixel>>(A::mul(mask, scaled.alpha));
-      ASSERT_TRUE(xt::Same(xt::WithMask(m, s, xt::kW<Pixel>, xt::kW<Pixel>, d), xt::Plain(m, s, d)));
+      ASSERT_TRUE(vxtest::SamePixel(xt::WithMask(m, s, xt::kW<Pixel>, xt::kW<Pixel>, d), xt::Plain(m, s, d)));
       if (m == XferAddPremul) continue;
-      ASSERT_TRUE(xt::Same(xt::WithOpacity(m, s, op, d), xt::Plain(m, scaled, d))) << xt::ModeName(m);
-      ASSERT_TRUE(xt::Same(xt::WithMask(m, s, op, mask, d), xt::Plain(m, masked, d))) << xt::ModeName(m);
+      ASSERT_TRUE(vxtest::SamePixel(xt::WithOpacity(m, s, op, d), xt::Plain(m, scaled, d))) << xt::ModeName(m);
+      ASSERT_TRUE(vxtest::SamePixel(xt::WithMask(m, s, op, mask, d), xt::Plain(m, masked, d))) << xt::ModeName(m);
     }
   }
 }

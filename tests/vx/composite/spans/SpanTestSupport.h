@@ -40,6 +40,20 @@ typename vx::Arith<Pixel>::T ScaledAlpha(Ch<Pixel> a, Ch<Pixel> opacity, Ch<Pixe
   return A::mul(A::mul(a, opacity), mask);
 }
 
+// Dissolve written out: a pixel of partial alpha draws once from VX_Rand at
+// the running seed, which the draw moves on; an opaque pixel survives and a
+// clear one doesn't, drawing nothing. Callers step the seed by one a pixel.
+template <class Pixel>
+bool DissolveSurvives(typename vx::Arith<Pixel>::T a, uint32_t& seed) {
+  if (a == 0) return false;
+  if (a == xt::kW<Pixel>) return true;
+  const int32_t draw = VX_Rand(&seed);
+  if constexpr (xt::kFloat<Pixel>)
+    return a >= draw * static_cast<double>(3.051851e-5f);
+  else
+    return (draw & (xt::kW<Pixel> == 255 ? 0xFF : 0xFFFF)) <= a;
+}
+
 // Runs check with AVX2 as the widest set and again, where the processor has
 // it, with AVX-512, so both vector forms meet the same expectations.
 template <class F>

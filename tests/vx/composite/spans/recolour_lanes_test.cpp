@@ -58,16 +58,6 @@ Pixel Colourful(vxtest::Random& r) {
 }
 
 // The same bits, or NaN on both sides.
-template <class Pixel>
-bool Identical(const Pixel& a, const Pixel& b) {
-  if (std::memcmp(&a, &b, sizeof a) == 0) return true;
-  if constexpr (xt::kFloat<Pixel>) {
-    auto same = [](float x, float y) { return std::memcmp(&x, &y, 4) == 0 || (x != x && y != y); };
-    return same(a.alpha, b.alpha) && same(a.red, b.red) && same(a.green, b.green) && same(a.blue, b.blue);
-  }
-  return false;
-}
-
 // One row through the mode's kernel alone or through the pipeline: scalar
 // (level 0), AVX2 at most (1) or the widest set the processor has (2).
 template <class Pixel>
@@ -115,7 +105,7 @@ TYPED_TEST(RecolourLanes, AgreeWithScalarKernelAndPipeline) {
           std::vector<Pixel> vector = dst;
           RunRow<Pixel>(pipeline, level, mode, opacity, keep, count, src.data() + offset, m, vector.data() + offset);
           for (int32_t i = 0; i < n; ++i)
-            ASSERT_TRUE(Identical(scalar[i], vector[i]))
+            ASSERT_TRUE(vxtest::SamePixel(scalar[i], vector[i]))
                 << xt::ModeName(mode) << (pipeline ? " pipeline" : " kernel") << " level " << level << " trial "
                 << trial << " pixel " << i - offset << " of " << count << " src " << src[i] << " dst " << dst[i]
                 << ": scalar " << scalar[i] << " vector " << vector[i];
@@ -151,7 +141,7 @@ TYPED_TEST(RecolourLanes, AgreeOnSaturatedAndGreyColours) {
       std::vector<Pixel> vector = dst;
       RunRow<Pixel>(true, level, mode, W, false, count, src.data(), nullptr, vector.data());
       for (int32_t i = 0; i < count; ++i)
-        ASSERT_TRUE(Identical(scalar[i], vector[i]))
+        ASSERT_TRUE(vxtest::SamePixel(scalar[i], vector[i]))
             << xt::ModeName(mode) << " level " << level << ": " << src[i] << " on " << dst[i];
     }
   }
@@ -181,7 +171,7 @@ TYPED_TEST(RecolourLanes, ReplacedStageRunsStaged) {
   g_behind_calls = 0;
   ASSERT_EQ(VX_BlendPipeline<Pixel>(nullptr, 61, &d, src.data(), nullptr, scratch.data(), staged.data()), 0);
   EXPECT_EQ(g_behind_calls, 1);
-  for (size_t i = 0; i < dst.size(); ++i) ASSERT_TRUE(Identical(fused[i], staged[i])) << i;
+  for (size_t i = 0; i < dst.size(); ++i) ASSERT_TRUE(vxtest::SamePixel(fused[i], staged[i])) << i;
 }
 
 // In linear light behind and the mode share one trip to linear light, and
@@ -216,7 +206,7 @@ void CheckLinearLightAgainstStaged(const VX_LinearBlendingTables& tables, uint32
       d.behind_func.func = with_mask ? &OwnTableBehind<Pixel, true> : &OwnTableBehind<Pixel, false>;
       ASSERT_EQ(VX_BlendPipeline<Pixel>(nullptr, n, &d, src.data(), m, scratch.data(), staged.data()), 0);
       for (int32_t i = 0; i < n; ++i)
-        ASSERT_TRUE(Identical(fused[i], staged[i]))
+        ASSERT_TRUE(vxtest::SamePixel(fused[i], staged[i]))
             << xt::ModeName(mode) << " mask " << with_mask << ": " << src[i] << " on " << dst[i];
     }
 }
@@ -235,17 +225,6 @@ TEST(RecolourLinearLight, OneTripMatchesTheStagedTwo) {
 // Dissolve: the row's seed steps by one a pixel, and a pixel of partial
 // alpha draws once from VX_Rand; written out here over random rows with runs
 // of clear and opaque pixels, any seed, with and without mask and opacity.
-template <class Pixel>
-bool Survives(typename vx::Arith<Pixel>::T a, uint32_t& seed) {
-  if (a == 0) return false;
-  if (a == xt::kW<Pixel>) return true;
-  const int32_t draw = VX_Rand(&seed);
-  if constexpr (xt::kFloat<Pixel>)
-    return a >= draw * static_cast<double>(3.051851e-5f);
-  else
-    return (draw & (xt::kW<Pixel> == 255 ? 0xFF : 0xFFFF)) <= a;
-}
-
 TYPED_TEST(RecolourLanes, DissolveFollowsTheGenerator) {
   typedef TypeParam Pixel;
   vxtest::Random r(32);
@@ -270,11 +249,11 @@ TYPED_TEST(RecolourLanes, DissolveFollowsTheGenerator) {
       typedef vx::Arith<Pixel> A;
       const auto a = A::mul(A::mul(src[i].alpha, opacity), with_mask ? mask[i].alpha : xt::kW<Pixel>);
       Pixel e = dst[i];
-      if (Survives<Pixel>(a, state)) {
+      if (st::DissolveSurvives<Pixel>(a, state)) {
         e = src[i];
         e.alpha = keep ? dst[i].alpha : xt::kW<Pixel>;
       }
-      ASSERT_TRUE(Identical(out[i], e)) << "trial " << trial << " pixel " << i;
+      ASSERT_TRUE(vxtest::SamePixel(out[i], e)) << "trial " << trial << " pixel " << i;
     }
   }
 }

@@ -30,7 +30,7 @@ void AddAlphaRuns(vxtest::Random& r, std::vector<Pixel>& row) {
 
 template <class Pixel>
 bool Close(const Pixel& a, const Pixel& b, int tolerance) {
-  if (tolerance == 0) return xt::Same(a, b);
+  if (tolerance == 0) return vxtest::SamePixel(a, b);
   auto near = [&](auto x, auto y) { return std::abs(int(x) - int(y)) <= tolerance; };
   return near(a.alpha, b.alpha) && near(a.red, b.red) && near(a.green, b.green) && near(a.blue, b.blue);
 }
@@ -99,7 +99,7 @@ TEST(VectorRows, LinearConversionsMatchOnEveryValue) {
         ASSERT_EQ(st::Pipeline<Pixel>(XferOver, xt::kW<Pixel>, false, src, nullptr, slow, &tables, 5), 0);
       }
       for (size_t i = 0; i < codes.size(); ++i)
-        ASSERT_TRUE(xt::Same(fast[i], slow[i])) << "source alpha " << int(a) << " pixel " << i << ": " << codes[i]
+        ASSERT_TRUE(vxtest::SamePixel(fast[i], slow[i])) << "source alpha " << int(a) << " pixel " << i << ": " << codes[i]
                                                << ": vector " << fast[i] << " scalar " << slow[i];
     }
   };

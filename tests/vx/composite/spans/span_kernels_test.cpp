@@ -97,7 +97,7 @@ void CheckMode(int32_t mode, vxtest::Random& r, bool with_mask, Ch<Pixel> opacit
   for (size_t i = 0; i < n; ++i) {
     const Ch<Pixel> m = with_mask ? mask[i].alpha : xt::kW<Pixel>;
     const Pixel e = Expected<Pixel>(mode, src[i], opacity, m, dst[i]);
-    ASSERT_TRUE(xt::Same(out[i], e)) << xt::ModeName(mode) << " pixel " << i << " s " << src[i] << " d " << dst[i]
+    ASSERT_TRUE(vxtest::SamePixel(out[i], e)) << xt::ModeName(mode) << " pixel " << i << " s " << src[i] << " d " << dst[i]
                                      << " mask " << +m << " opacity " << +opacity << ": got " << out[i]
                                      << " expected " << e;
   }
@@ -142,7 +142,7 @@ TYPED_TEST(SpanKernels, KeepAlphaWithAddLiftsWithTheUnionAlpha) {
     if (src[i].alpha == 0) continue;
     Pixel e = xt::Plain(XferAdd, src[i], dst[i]);
     e.alpha = dst[i].alpha;
-    ASSERT_TRUE(xt::Same(out[i], e)) << i << ": " << out[i] << " vs " << e;
+    ASSERT_TRUE(vxtest::SamePixel(out[i], e)) << i << ": " << out[i] << " vs " << e;
   }
 }
 
@@ -152,9 +152,9 @@ TYPED_TEST(SpanKernels, DoublyTransparentPixelsBecomeZeroInBlackMatteModes) {
   const std::vector<Pixel> src{Pixel{0, w, w, w}};
   std::vector<Pixel> dst{Pixel{0, w, w / 2, w}};
   ASSERT_EQ(st::Pipeline<Pixel>(XferScreen, w, false, src, nullptr, dst), 0);
-  EXPECT_TRUE(xt::Same(dst[0], Pixel{}));
+  EXPECT_TRUE(vxtest::SamePixel(dst[0], Pixel{}));
   // The per-pixel entry leaves it alone.
-  EXPECT_TRUE(xt::Same(xt::Plain(XferScreen, src[0], Pixel{0, w, w / 2, w}), Pixel{0, w, w / 2, w}));
+  EXPECT_TRUE(vxtest::SamePixel(xt::Plain(XferScreen, src[0], Pixel{0, w, w / 2, w}), Pixel{0, w, w / 2, w}));
 }
 
 // Linear light: the whole row goes to linear and back, as the per-pixel
@@ -174,7 +174,7 @@ TYPED_TEST(SpanKernels, TablesBlendInLinearLightLikeThePerPixelEntries) {
     ASSERT_EQ(st::Pipeline<Pixel>(mode, xt::kW<Pixel>, false, src, nullptr, out, tables.get()), 0);
     for (size_t i = 0; i < src.size(); ++i) {
       const Pixel e = src[i].alpha == 0 && mode != XferAddPremul ? out[i] : xt::Plain(mode, src[i], dst[i], tables.get());
-      ASSERT_TRUE(xt::Same(out[i], e)) << xt::ModeName(mode) << " " << i << ": " << out[i] << " vs " << e;
+      ASSERT_TRUE(vxtest::SamePixel(out[i], e)) << xt::ModeName(mode) << " " << i << ": " << out[i] << " vs " << e;
     }
   }
 }
@@ -202,19 +202,6 @@ TYPED_TEST(SpanKernels, UnknownModesAreUnimplemented) {
 }
 
 // Dissolve and mask mix against formulas written out here.
-template <class Pixel>
-bool DissolveHits(typename vx::Arith<Pixel>::T a, uint32_t& r) {
-  if (a == xt::kW<Pixel>) return true;
-  if (a == 0) return false;
-  uint32_t state = r;
-  const int32_t draw = VX_Rand(&state);
-  r = state;
-  if constexpr (xt::kFloat<Pixel>)
-    return a >= draw * static_cast<double>(3.051851e-5f);
-  else
-    return (draw & (xt::kW<Pixel> == 255 ? 255 : 0xFFFF)) <= a;
-}
-
 TYPED_TEST(SpanKernels, DissolveDrawsOncePerPartialPixel) {
   typedef TypeParam Pixel;
   vxtest::Random r(14);
@@ -226,11 +213,11 @@ TYPED_TEST(SpanKernels, DissolveDrawsOncePerPartialPixel) {
     uint32_t seed = 991;
     for (size_t i = 0; i < src.size(); ++i, ++seed) {
       Pixel e = dst[i];
-      if (DissolveHits<Pixel>(st::ScaledAlpha<Pixel>(src[i].alpha, opacity, mask[i].alpha), seed)) {
+      if (st::DissolveSurvives<Pixel>(st::ScaledAlpha<Pixel>(src[i].alpha, opacity, mask[i].alpha), seed)) {
         e = src[i];
         e.alpha = keep ? dst[i].alpha : xt::kW<Pixel>;
       }
-      ASSERT_TRUE(xt::Same(out[i], e)) << i;
+      ASSERT_TRUE(vxtest::SamePixel(out[i], e)) << i;
     }
   }
 }
@@ -252,7 +239,7 @@ TEST(SpanKernels8, MaskMixWeighsBothSidesByTheirAlpha) {
       e.green = uint8_t((src[i].green * t + n / 2 + dst[i].green * u) / n);
       e.blue = uint8_t((src[i].blue * t + n / 2 + dst[i].blue * u) / n);
     }
-    ASSERT_TRUE(xt::Same(out[i], e)) << i << ": " << out[i] << " vs " << e;
+    ASSERT_TRUE(vxtest::SamePixel(out[i], e)) << i << ": " << out[i] << " vs " << e;
   }
 }
 

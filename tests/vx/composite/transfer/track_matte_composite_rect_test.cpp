@@ -107,13 +107,13 @@ TEST(CompositeRect, StraightAndPremultipliedRules) {
     return *dst.At<VX_Pixel8>(0, 0);
   };
   const VX_Pixel8 s{255, 10, 20, 30}, clear{0, 1, 2, 3};
-  EXPECT_TRUE(xt::Same(one(VX_CompositeRectBest_Straight, s, clear, 255), s));
+  EXPECT_TRUE(vxtest::SamePixel(one(VX_CompositeRectBest_Straight, s, clear, 255), s));
   // A transparent source changes nothing over a partial destination.
-  EXPECT_TRUE(xt::Same(one(VX_CompositeRectBest_Straight, VX_Pixel8{0, 9, 9, 9}, VX_Pixel8{100, 50, 60, 70}, 255),
+  EXPECT_TRUE(vxtest::SamePixel(one(VX_CompositeRectBest_Straight, VX_Pixel8{0, 9, 9, 9}, VX_Pixel8{100, 50, 60, 70}, 255),
                        VX_Pixel8{100, 50, 60, 70}));
   // An opaque destination is never touched; opacity 0 returns at once.
-  EXPECT_TRUE(xt::Same(one(VX_CompositeRectDraft_Premul, s, VX_Pixel8{255, 1, 2, 3}, 255), VX_Pixel8{255, 1, 2, 3}));
-  EXPECT_TRUE(xt::Same(one(VX_CompositeRectDraft_Premul, s, clear, 0), clear));
+  EXPECT_TRUE(vxtest::SamePixel(one(VX_CompositeRectDraft_Premul, s, VX_Pixel8{255, 1, 2, 3}, 255), VX_Pixel8{255, 1, 2, 3}));
+  EXPECT_TRUE(vxtest::SamePixel(one(VX_CompositeRectDraft_Premul, s, clear, 0), clear));
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ template <class Pixel>
 bool SameWorlds(vxtest::EffectWorld& a, vxtest::EffectWorld& b, std::string* where) {
   for (int32_t y = 0; y < a->height; ++y)
     for (int32_t x = 0; x < a->width; ++x)
-      if (!xt::Same(*a.At<Pixel>(x, y), *b.At<Pixel>(x, y))) {
+      if (!vxtest::SamePixel(*a.At<Pixel>(x, y), *b.At<Pixel>(x, y))) {
         std::ostringstream os;
         os << "(" << x << ", " << y << "): " << *a.At<Pixel>(x, y) << " vs " << *b.At<Pixel>(x, y);
         *where = os.str();
@@ -149,7 +149,7 @@ TYPED_TEST(TransferRect, LinearTablesReachThePipeline) {
       const Pixel& s = *this->src.template At<Pixel>(x, y);
       const Pixel e = s.alpha == 0 ? *this->dst.template At<Pixel>(x, y)
                                    : xt::Plain(XferOver, s, *expected.template At<Pixel>(x, y), tables.get());
-      ASSERT_TRUE(xt::Same(*this->dst.template At<Pixel>(x, y), e)) << x << "," << y;
+      ASSERT_TRUE(vxtest::SamePixel(*this->dst.template At<Pixel>(x, y), e)) << x << "," << y;
     }
 }
 
@@ -220,21 +220,11 @@ TYPED_TEST(TransferRect, DissolveSeedsAdvanceByColumnAndRow) {
       const Pixel& s = *this->src.template At<Pixel>(x - dest_x + rect.left, y - dest_y + rect.top);
       const auto a = vx::Arith<Pixel>::mul(s.alpha, OpacityUnits<Pixel>(0.8f));
       Pixel e = *before.template At<Pixel>(x, y);
-      bool hit = a == xt::kW<Pixel>;
-      if (!hit && a != 0) {
-        uint32_t state = seed;
-        const int32_t draw = VX_Rand(&state);
-        seed = state;
-        if constexpr (xt::kFloat<Pixel>)
-          hit = a >= draw * double(3.051851e-5f);
-        else
-          hit = (draw & (xt::kW<Pixel> == 255 ? 255 : 0xFFFF)) <= a;
-      }
-      if (hit) {
+      if (st::DissolveSurvives<Pixel>(a, seed)) {
         e = s;
         e.alpha = xt::kW<Pixel>;
       }
-      ASSERT_TRUE(xt::Same(*this->dst.template At<Pixel>(x, y), e)) << x << "," << y;
+      ASSERT_TRUE(vxtest::SamePixel(*this->dst.template At<Pixel>(x, y), e)) << x << "," << y;
     }
     row_seed += 12281u * static_cast<uint32_t>(y);
   }
