@@ -8,6 +8,10 @@ from collections import defaultdict
 def main(path):
     with open(path) as f:
         runs = [b for b in json.load(f)["benchmarks"] if b.get("run_type", "iteration") == "iteration"]
+    # A case that failed (a peer whose picture did not match, say) has no
+    # time to compare; its error was printed with the run.
+    failed = sorted({b.get("run_name", b["name"]) for b in runs if b.get("error_occurred")})
+    runs = [b for b in runs if not b.get("error_occurred")]
     # With --benchmark_repetitions each case appears once a repetition; its
     # median is steadier than any one run on a shared machine.
     times = defaultdict(list)
@@ -17,6 +21,8 @@ def main(path):
     for name, ts in times.items():
         group, _, case = name.partition("/")
         groups[group][case] = statistics.median(ts)
+    for name in failed:
+        print(f"{name}: failed, left out")
     for group, cases in sorted(groups.items()):
         yardsticks = {c: t for c, t in cases.items() if c.startswith("yardstick_")}
         print(f"{group}:")
