@@ -18,3 +18,9 @@ void FnBoxColumns(const float* in, float* out, int32_t stride, int32_t width, in
                   float w, float* sums);
 void FnKernelColumns(const float* in, float* out, int32_t stride, int32_t width, int32_t len, const float* weights,
                      int32_t taps);
+
+// acc[i] += k * in[i]: one tap of a filter down columns, a row at a time.
+void FnAxpySpan(const float* in, float* acc, float k, int32_t len);
+// out[x] = sum over i of weights[i] * in[2x + i]: a row filter evaluated at
+// every second position.
+void FnHalvingSpan(const float* in, float* out, int32_t len, const float* weights, int32_t taps);

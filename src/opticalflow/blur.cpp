@@ -74,6 +74,18 @@ FnBoxRadius FnBoxRadiusFor(float sigma, int32_t boxes, float limit) {
   return {whole, static_cast<float>(r - whole)};
 }
 
+std::vector<float> FnBoxCascadeKernel(FnBoxRadius r, int32_t boxes) {
+  std::vector<double> h{1.0};
+  const double w = 1.0 / (2.0 * r.n + 1.0 + 2.0 * r.f);
+  for (int32_t b = 0; b < boxes; ++b) {
+    std::vector<double> next(h.size() + 2 * size_t(r.n + 1), 0.0);
+    for (size_t i = 0; i < h.size(); ++i)
+      for (int32_t d = 0; d <= 2 * (r.n + 1); ++d) next[i + size_t(d)] += h[i] * ((d == 0 || d == 2 * (r.n + 1)) ? r.f * w : w);
+    h.swap(next);
+  }
+  return std::vector<float>(h.begin(), h.end());
+}
+
 template <class E, class A, int Scale>
 void BlurGeneralGauss<E, A, Scale>::initialise(const FnTexture<E, A>* s, FnTexture<E, A>* t) {
   sameSize_ = s->width() == t->width() && s->height() == t->height();

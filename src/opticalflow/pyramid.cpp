@@ -1,8 +1,11 @@
 // Pyramid levels: a blur of the level above, halved by exact decimation.
+#include <algorithm>
 #include <cmath>
 #include <new>
+#include <utility>
 #include <vector>
 
+#include "FilterSpans.h"
 #include "vx/opticalflow/Pyramid.h"
 
 template <class E, class A, int Scale>
@@ -65,47 +68,63 @@ void FnFilteredPyramid<E, A, Scale>::initialise(FnTexture<E, A>* levelZero) {
   }
 }
 
+namespace {
+
+// The blur and the halving of a level in one: the separable filter is
+// evaluated only where the halving reads it, at even rows and columns, so a
+// level costs a quarter of a full-size blur and needs no scratch image. The
+// result is the blurred level's pixel (2x, 2y), as a zoom by exactly 2 reads.
+class HalvingBlur : public Sampler<FnFloatTexture, FnFloatTexture> {
+ public:
+  HalvingBlur(std::vector<float> x, std::vector<float> y) : kx(std::move(x)), ky(std::move(y)) {}
+
+  void processRows(const FnFloatTexture* s, FnFloatTexture* t, int32_t threadIndex) override {
+    const int32_t rx = int32_t(kx.size() / 2), ry = int32_t(ky.size() / 2);
+    const int32_t count = x1 - x0;
+    if (count <= 0) return;
+    const int32_t wide = 2 * count + 2 * rx;
+    std::vector<float> acc(static_cast<size_t>(wide)), row(static_cast<size_t>(wide));
+    forEachRow(threadIndex, [&](int32_t y) {
+      std::fill(acc.begin(), acc.end(), 0.0f);
+      for (size_t j = 0; j < ky.size(); ++j) {
+        s->readRow(2 * y + int32_t(j) - ry + s->yAxis.start, 2 * x0 - rx + s->xAxis.start, wide, row.data());
+        FnAxpySpan(row.data(), acc.data(), ky[j], wide);
+      }
+      FnHalvingSpan(acc.data(), t->rawRow(y) + x0, count, kx.data(), int32_t(kx.size()));
+    });
+  }
+
+  std::vector<float> kx, ky;
+};
+
+}  // namespace
+
 template <class E, class A, int Scale>
 bool FnFilteredPyramid<E, A, Scale>::reduce(const FnTexture<E, A>* source, FnTexture<E, A>* out) {
   if (!source || !out || source->empty() || out->empty()) {
     this->abortWith(4);
     return false;
   }
-  FnTexture<E, A> scratch(source->width(), source->height());
-  if (scratch.allocFailed) {
-    this->abortWith(4);
-    return false;
-  }
-  scratch.setEdgeMode(source->xAxis.edgeMode, source->yAxis.edgeMode);
-  scratch.setOutsideValue(source->outsideValue);
-
-  BlurGeneralGauss<E, A, Scale> blur;
-  blur.interrupt = this->interrupt;
+  std::vector<float> kx, ky;
   if (useKernel) {
-    const int32_t taps = filterWidth < 1 ? 1 : filterWidth;
-    std::vector<float> weights(static_cast<size_t>(taps));
-    float sum = 0.0f;
+    const int32_t taps = filterWidth < 1 ? 1 : (filterWidth | 1);
     for (int32_t i = 0; i < taps; ++i) {
       const float k = float(taps / 2 - i);
-      weights[size_t(i)] = std::exp(-(k * k) / (variance * 2.0f));
-      sum += weights[size_t(i)];
+      kx.push_back(std::exp(-(k * k) / (variance * 2.0f)));
     }
-    for (float& w : weights) w /= sum;
-    blur.setKernel(weights);
+    float sum = 0.0f;
+    for (float w : kx) sum += w;
+    for (float& w : kx) w /= sum;
+    ky = kx;
   } else {
+    // The boxes BlurGeneralGauss runs for sigma filterWidth/3, as kernels.
     const float sigma = float(filterWidth / 3);
-    blur.setSigma(sigma, sigma);
-    blur.boxes = 3;
+    kx = FnBoxCascadeKernel(FnBoxRadiusFor(sigma, 3, float(source->width()) / 3.0f), 3);
+    ky = FnBoxCascadeKernel(FnBoxRadiusFor(sigma, 3, float(source->height()) / 3.0f), 3);
   }
-  blur.process(source, &scratch);
-  if (this->interrupted(0)) return false;
-
-  FnImageZoomSampler<E, A, Scale, E, A, Scale> zoom;
-  zoom.interrupt = this->interrupt;
-  zoom.zoomFlags = FnZoom_KeepFactors;
-  zoom.xFactor = 2.0f;
-  zoom.yFactor = 2.0f;
-  zoom.process(&scratch, out);
+  HalvingBlur halve(std::move(kx), std::move(ky));
+  halve.interrupt = this->interrupt;
+  halve.process(source, out);
   return !this->interrupted(0);
 }
 

@@ -15,6 +15,8 @@ struct FnBoxRadius {
 // The box radius whose `boxes` passes add up to the variance sigma^2, capped
 // at `limit`.
 FnBoxRadius FnBoxRadiusFor(float sigma, int32_t boxes, float limit);
+// The weights of `boxes` such boxes in a row, as one kernel of odd length.
+std::vector<float> FnBoxCascadeKernel(FnBoxRadius r, int32_t boxes);
 
 // Source to target of the same size: pass 0 filters rows (bands of rows),
 // pass 1 filters columns of the target in place (bands of columns). Edges

@@ -42,12 +42,12 @@ class FnMotionEstimateMapStackHolder {
   int32_t count_ = 0;
 };
 
-// Builds the levels of a stack from its level 0: for each level, a scratch
-// texture of the level above's size gets the blur (BlurGeneralGauss with
-// sigma filterWidth/3 in integer division, or with useKernel a sampled kernel
-// of filterWidth taps and weights exp(-k^2 / (2*variance))), and the scratch
-// is halved into the level by exact decimation (factor 2, bilinear reads). Run
-// it by process(stack level 0) or build().
+// Builds the levels of a stack from its level 0: each level is the level
+// above blurred (the boxes of BlurGeneralGauss for sigma filterWidth/3 in
+// integer division, or with useKernel a sampled kernel of filterWidth taps
+// and weights exp(-k^2 / (2*variance))) and halved by exact decimation, the
+// zoom by 2 that reads pixel (2x, 2y). Only the pixels kept are filtered.
+// Run it by process(stack level 0) or build().
 template <class E, class A, int Scale>
 class FnFilteredPyramid : public Generator<FnTexture<E, A>> {
  public:
