@@ -35,11 +35,12 @@ FnRun MirrorRun(int32_t c, int32_t n) {
 FnRun FnEdgeRun(int32_t c, int32_t n, int32_t mode) {
   if (n <= 0) return {-1, 0, INT_MAX};
   if (c >= 0 && c < n) return {c, 1, n - c};
+  const int32_t below = c == INT_MIN ? INT_MAX : -c;  // distance to the image from the low side
   switch (mode) {
     case FnEdge_None:
-      return {-1, 0, c < 0 ? -c : INT_MAX};
+      return {-1, 0, c < 0 ? below : INT_MAX};
     case FnEdge_Clamp:
-      return c < 0 ? FnRun{0, 0, -c} : FnRun{n - 1, 0, INT_MAX};
+      return c < 0 ? FnRun{0, 0, below} : FnRun{n - 1, 0, INT_MAX};
     case FnEdge_Mirror:
       return MirrorRun(c, n);
     case FnEdge_Wrap: {
