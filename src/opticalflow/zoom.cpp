@@ -1,5 +1,6 @@
 // Zooms by a factor and resampling through a matrix.
 #include <cmath>
+#include <vector>
 
 #include "vx/opticalflow/Zoom.h"
 
@@ -65,32 +66,40 @@ void FnImageZoomSampler<E, A, S, TE, TA, TS>::processRows(const FnTexture<E, A>*
   const bool nearest = (zoomFlags & FnZoom_Nearest) != 0;
   const FnTexAxis& ax = s->xAxis;
   const float xf = xFactor, yf = yFactor;
+  // The columns' source positions are the same on every row: found once.
+  const int32_t n = this->x1 - this->x0;
+  if (n <= 0) return;
+  std::vector<int32_t> cols(static_cast<size_t>(n));
+  std::vector<float> fracs(static_cast<size_t>(n));
+  for (int32_t k = 0; k < n; ++k)
+    cols[size_t(k)] = nearest ? TruncIndex(float(this->x0 + k) * xf)
+                              : FnFloorSplit(float(this->x0 + k) * xf + 0.5f - 0.5f - ax.originF, &fracs[size_t(k)]);
   this->forEachRow(threadIndex, [&](int32_t y) {
-    float* out = t->rawRow(y);
+    float* out = t->rawRow(y) + this->x0;
     if (nearest) {
       const int32_t iy = TruncIndex(float(y) * yf);
-      for (int32_t x = this->x0; x < this->x1; ++x) out[x] = NearestOrOutside(*s, TruncIndex(float(x) * xf), iy);
+      for (int32_t k = 0; k < n; ++k) out[k] = NearestOrOutside(*s, cols[size_t(k)], iy);
       return;
     }
-    // One source row pair and one vertical fraction a row; the horizontal
-    // step reads two neighbours directly wherever both are in the window.
+    // One source row pair and one vertical fraction a row; two neighbours
+    // are read directly wherever both are in the window.
     float fy;
     const int32_t j = FnFloorSplit(float(y) * yf + 0.5f - 0.5f - s->yAxis.originF, &fy);
     const int32_t j0 = s->yAxis.resolve(j), j1 = s->yAxis.resolve(j + 1);
     const float* r0 = j0 < 0 ? nullptr : s->rawRow(j0);
     const float* r1 = j1 < 0 ? nullptr : s->rawRow(j1);
-    for (int32_t x = this->x0; x < this->x1; ++x) {
-      float fx;
-      const int32_t i = FnFloorSplit(float(x) * xf + 0.5f - 0.5f - ax.originF, &fx);
+    for (int32_t k = 0; k < n; ++k) {
+      const int32_t i = cols[size_t(k)];
+      const float fx = fracs[size_t(k)];
       float p00, p10, p01, p11;
       if (r0 && r1 && i >= ax.first && i < ax.last) {
         p00 = r0[i], p10 = r0[i + 1], p01 = r1[i], p11 = r1[i + 1];
       } else {
         const int32_t i0 = ax.resolve(i), i1 = ax.resolve(i + 1);
-        auto at = [&](const float* r, int32_t k) { return (r && k >= 0) ? r[k] : s->outsideValue; };
+        auto at = [&](const float* r, int32_t c) { return (r && c >= 0) ? r[c] : s->outsideValue; };
         p00 = at(r0, i0), p10 = at(r0, i1), p01 = at(r1, i0), p11 = at(r1, i1);
       }
-      out[x] = FnLerp(FnLerp(p00, p10, fx), FnLerp(p01, p11, fx), fy);
+      out[k] = FnLerp(FnLerp(p00, p10, fx), FnLerp(p01, p11, fx), fy);
     }
   });
 }
