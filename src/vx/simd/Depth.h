@@ -52,18 +52,50 @@ struct IntDepth {
   static VX_INLINE Divisor DivideBy(T den) { return Divisor(den); }
 };
 
-// n / r truncated, for n in 0..65535 and r in 1..255 with a quotient below
-// 256 (the 8-bit divide's): the reciprocal refined by one Newton step puts
-// the float quotient within 1e-4 of n / r, far closer than a quotient that
-// isn't whole comes to a whole number (1 / r), so a small bias before
-// truncation lands every quotient, whole ones included, on the exact one.
+// The 8-bit divide, (v x 255 + (a >> 1)) / a for v < a, on any lanes: one
+// reciprocal R = floor(65536 / a) per divisor (the correctly rounded float
+// quotient is within 2^-9 of 65536 / a, closer than a quotient by a <= 512
+// that isn't whole comes to a whole number, so it truncates to the floor),
+// then the high half of n x R, which is the quotient or one below it, and
+// one step on the remainder, below 2a. A divisor made once serves every
+// numerator over it (a pixel's three colours, say).
+template <class T>
+struct ByteDivisor;
+
 template <int B>
-VX_INLINE I32<B> ByteQuotient(I32<B> n, I32<B> r) {
-  const F32<B> rf = ToFloat(r);
-  F32<B> y = Reciprocal(rf);
-  y = y * (F32<B>(2.0f) - rf * y);
-  return Truncate(ToFloat(n) * y + F32<B>(2e-3f));
+VX_INLINE I32<B> ByteReciprocal(I32<B> a) {
+  return Truncate(F32<B>(65536.0f) / ToFloat(a));
 }
+
+template <int B>
+struct ByteDivisor<I32<B>> {
+  typedef I32<B> T;
+  T den, R;
+  explicit ByteDivisor(T a) : den(a), R(ByteReciprocal(a)) {}
+  VX_INLINE T Quotient(T v) const {
+    const T n = v * T(255) + (den >> 1);
+    const T q = Srl(n * R, 16);
+    return q - T(n - q * den >= den);
+  }
+};
+
+// On words, R saturates at 65535 for a = 1, where the one step still lands
+// on the quotient.
+template <int B>
+struct ByteDivisor<I16<B>> {
+  typedef I16<B> T;
+  T den, R;
+  ByteDivisor(T a, T r) : den(a), R(r) {}
+  explicit ByteDivisor(T a)
+      : den(a),
+        R(JoinUnsigned(Min(ByteReciprocal(LowerUnsigned(a)), I32<B>(65535)),
+                       Min(ByteReciprocal(UpperUnsigned(a)), I32<B>(65535)))) {}
+  VX_INLINE T Quotient(T v) const {
+    const T n = v * T(255) + Srl(den, 1);
+    const T q = MulHigh(n, R);
+    return q - T(n - q * den > den - T(1));
+  }
+};
 
 template <int B>
 struct Depth8 : IntDepth<B> {
@@ -76,7 +108,7 @@ struct Depth8 : IntDepth<B> {
   }
   static VX_INLINE T inv(T a) { return T(255) - a; }
   // 255 where v >= a, else (v x 255 + (a >> 1)) / a: the divide table's.
-  static VX_INLINE T div(T a, T v) { return Select(v >= a, T(255), ByteQuotient(v * T(255) + (a >> 1), a)); }
+  static VX_INLINE T div(T a, T v) { return Select(v >= a, T(255), ByteDivisor<T>(a).Quotient(v)); }
   static VX_INLINE T lerp(T d, T c, T a) { return (d + mul(c - d, a)) & T(0xFF); }
   static VX_INLINE T dbl(T x) { return (((((x + T(128)) >> 8) + x + T(128)) >> 7) & T(~1)); }
   static VX_INLINE T Keep(T x) { return x & T(0xFF); }
@@ -168,13 +200,7 @@ struct Depth8W {
   static VX_INLINE T Round(T t) { return Srl(t + Srl(t, 8), 8); }
   static VX_INLINE T mul(T a, T b) { return Round(a * b + T(128)); }
   static VX_INLINE T inv(T a) { return T(255) - a; }
-  // The numerator formed on the words (below 2^16, unsigned), the quotient
-  // on the int32 halves.
-  static VX_INLINE T div(T a, T v) {
-    const T n = v * T(255) + Srl(a, 1);
-    const T q = Join(ByteQuotient(LowerUnsigned(n), LowerUnsigned(a)), ByteQuotient(UpperUnsigned(n), UpperUnsigned(a)));
-    return Select(v >= a, T(255), q);
-  }
+  static VX_INLINE T div(T a, T v) { return Select(v >= a, T(255), ByteDivisor<T>(a).Quotient(v)); }
   // The difference c - d is signed. The int32 form's arithmetic shifts
   // round a product -p as -((w + (w >> 8)) >> 8) with w = p + 127, so the
   // magnitude rounds like mul with 127 in place of 128.

@@ -149,6 +149,12 @@ VX_INLINE I32x4 Upper(I16x8 x) { return _mm_unpackhi_epi16(x.v, _mm_srai_epi16(x
 VX_INLINE I32x4 LowerUnsigned(I16x8 x) { return _mm_unpacklo_epi16(x.v, _mm_setzero_si128()); }
 VX_INLINE I32x4 UpperUnsigned(I16x8 x) { return _mm_unpackhi_epi16(x.v, _mm_setzero_si128()); }
 VX_INLINE I16x8 Join(I32x4 lo, I32x4 hi) { return _mm_packs_epi32(lo.v, hi.v); }
+// For values in 0..65535 (the unsigned pack is SSE4.1's): moved to the
+// signed range, packed, and moved back.
+VX_INLINE I16x8 JoinUnsigned(I32x4 lo, I32x4 hi) {
+  const I16x8 bias(-32768);
+  return _mm_xor_si128(Join(lo - I32x4(32768), hi - I32x4(32768)).v, bias.v);
+}
 VX_INLINE I16x8 InterleaveLow(I16x8 a, I16x8 b) { return _mm_unpacklo_epi16(a.v, b.v); }
 VX_INLINE I16x8 InterleaveHigh(I16x8 a, I16x8 b) { return _mm_unpackhi_epi16(a.v, b.v); }
 VX_INLINE I32x4 MulAddPairs(I16x8 a, I16x8 b) { return _mm_madd_epi16(a.v, b.v); }

@@ -28,6 +28,18 @@ struct PackedPixels8 {
   static VX_INLINE I32<B> BroadcastAlpha(I32<B> x) {
     return ShuffleBytes(x, I32<B>::RepeatBytes(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12));
   }
+  // ... in its three colour bytes, and zero in its alpha byte.
+  static VX_INLINE I32<B> BroadcastAlphaToColours(I32<B> x) {
+    return ShuffleBytes(x, I32<B>::RepeatBytes(-1, 0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12));
+  }
+  // A word value of each pixel's lane (its low 16 bits) in the four words
+  // of that pixel in Low and High.
+  static VX_INLINE I16<B> WordsLow(I32<B> x) {
+    return AsWords(ShuffleBytes(x, I32<B>::RepeatBytes(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5)));
+  }
+  static VX_INLINE I16<B> WordsHigh(I32<B> x) {
+    return AsWords(ShuffleBytes(x, I32<B>::RepeatBytes(8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13)));
+  }
 #endif
 };
 

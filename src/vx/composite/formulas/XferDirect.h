@@ -11,11 +11,17 @@ inline namespace VX_ISA_NS {
 // Over and behind where neither alpha settles the pixel: the premultiplied
 // colour behind moved toward the one in front by the front's alpha, divided
 // by the union alpha ra. Written once over the arithmetic M, for one pixel
-// or for lanes.
+// or for lanes; `by_union` divides by ra (a kernel may have its divisor
+// ready for all of a pixel's colours).
+template <class M, class Divide>
+VX_INLINE typename M::T OverColourBy(typename M::T s, typename M::T sa, typename M::T d, typename M::T da,
+                                     Divide by_union) {
+  return by_union(M::lerp(M::mul(d, da), s, sa));
+}
 template <class M>
 VX_INLINE typename M::T OverColour(typename M::T s, typename M::T sa, typename M::T d, typename M::T da,
                                    typename M::T ra) {
-  return M::div(ra, M::lerp(M::mul(d, da), s, sa));
+  return OverColourBy<M>(s, sa, d, da, [ra](typename M::T x) { return M::div(ra, x); });
 }
 template <class M>
 VX_INLINE typename M::T BehindColour(typename M::T s, typename M::T sa, typename M::T d, typename M::T da,

@@ -43,22 +43,29 @@ VX_INLINE void Block(const VX_Pixel8* src, const VX_Pixel8* mask, I32<B> opacity
     Select(a_zero, d, s).Store(dst);
     return;
   }
-  const T ab = P::BroadcastAlpha(s);
+  // Each pixel's alpha in its colour bytes, zero in its alpha byte: a lerp
+  // by it leaves the alpha where it was.
+  const T colour_alpha = P::BroadcastAlphaToColours(s);
   const W s_lo = P::Low(s), s_hi = P::High(s), d_lo = P::Low(d), d_hi = P::High(d);
-  const W a_lo = P::Low(ab), a_hi = P::High(ab);
-  const Mask<B> alpha_words = P::AlphaWords();
+  const W a_lo = P::Low(colour_alpha), a_hi = P::High(colour_alpha);
   if (All(da == low_byte)) {  // over an opaque destination the rule is a lerp
-    const W lo = Select(alpha_words, d_lo, M::lerp(d_lo, s_lo, a_lo));
-    const W hi = Select(alpha_words, d_hi, M::lerp(d_hi, s_hi, a_hi));
-    P::Pack(lo, hi).Store(dst);
+    P::Pack(M::lerp(d_lo, s_lo, a_lo), M::lerp(d_hi, s_hi, a_hi)).Store(dst);
     return;
   }
+  // One divisor a pixel, by the union alpha, for its three colours: the
+  // union and its reciprocal on the pixels' lanes, spread to their words.
+  const T ra = AsInts(M::Union(AsWords(a), AsWords(da)));
+  const T reciprocal = Min(ByteReciprocal(ra), T(65535));
   const T db = P::BroadcastAlpha(d);
-  const auto rule = [&](W sc, W sa, W dc, W dca) VX_INLINE_LAMBDA {
-    const W ra = M::Union(sa, dca);
-    return Select(alpha_words, ra, OverColour<M>(sc, sa, dc, dca, ra));
+  const auto rule = [&](W sc, W sa, W dc, W dca, W ra_w, W r_w) VX_INLINE_LAMBDA {
+    const ByteDivisor<W> by(ra_w, r_w);
+    const W c = OverColourBy<M>(sc, sa, dc, dca, [&](W x) VX_INLINE_LAMBDA {
+      return M::Select(x >= ra_w, W(255), by.Quotient(x));
+    });
+    return Select(P::AlphaWords(), ra_w, c);
   };
-  T res = P::Pack(rule(s_lo, a_lo, d_lo, P::Low(db)), rule(s_hi, a_hi, d_hi, P::High(db)));
+  T res = P::Pack(rule(s_lo, a_lo, d_lo, P::Low(db), P::WordsLow(ra), P::WordsLow(reciprocal)),
+                  rule(s_hi, a_hi, d_hi, P::High(db), P::WordsHigh(ra), P::WordsHigh(reciprocal)));
   res = Select(da == T(0), s, res);
   Select(a_zero, d, res).Store(dst);
 }
