@@ -1,10 +1,9 @@
 // Row fill with 16-byte stores: single pixels up to 16-byte alignment, then
 // aligned blocks, then the tail.
-#include <emmintrin.h>
-
 #include <cstring>
 
 #include "core/FillRows.h"
+#include "simd/Lanes.h"
 
 template <class Pixel>
 void VXp_FillRow_SSE2(Pixel* row, int32_t count, const Pixel& value) {
@@ -17,14 +16,13 @@ void VXp_FillRow_SSE2(Pixel* row, int32_t count, const Pixel& value) {
   }
   Pixel pattern[kPerBlock];
   for (Pixel& p : pattern) p = value;
-  __m128i block;
-  std::memcpy(&block, pattern, 16);
+  const vx::simd::I32x4 block = vx::simd::I32x4::Load(pattern);
 
   int32_t i = 0;
   const int32_t head = static_cast<int32_t>(((16 - (address & 15)) & 15) / sizeof(Pixel));
   if (count >= head + kPerBlock) {
     for (; i < head; ++i) row[i] = value;
-    for (; i + kPerBlock <= count; i += kPerBlock) _mm_store_si128(reinterpret_cast<__m128i*>(row + i), block);
+    for (; i + kPerBlock <= count; i += kPerBlock) block.StoreAligned(row + i);
   }
   for (; i < count; ++i) row[i] = value;
 }

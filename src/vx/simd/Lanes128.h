@@ -45,6 +45,7 @@ struct I32<128> {
   I32(int32_t c) : v(_mm_set1_epi32(c)) {}
   explicit I32(Mask<128> c) : v(c.m) {}
   static VX_INLINE I32 Load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+  VX_INLINE void StoreAligned(void* p) const { _mm_store_si128(static_cast<__m128i*>(p), v); }
   static VX_INLINE I32 LoadAligned(const void* p) { return _mm_load_si128(static_cast<const __m128i*>(p)); }
   VX_INLINE void Store(void* p) const { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
   // Sixteen bytes in each 128 bits.

@@ -37,6 +37,7 @@ struct I32<256> {
   I32(int32_t c) : v(_mm256_set1_epi32(c)) {}
   explicit I32(Mask<256> c) : v(c.m) {}
   static VX_INLINE I32 Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+  VX_INLINE void StoreAligned(void* p) const { _mm256_store_si256(static_cast<__m256i*>(p), v); }
   static VX_INLINE I32 LoadAligned(const void* p) { return _mm256_load_si256(static_cast<const __m256i*>(p)); }
   VX_INLINE void Store(void* p) const { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
   // Sixteen bytes in each 128 bits.
