@@ -65,14 +65,17 @@ void Xfer1Opacity2(const Pixel* src, const VX_LinearBlendingTables* tables,
 }  // namespace vx
 
 // The three tables of the depth VX_XFER1_PIXEL, generated from the list of
-// modes in slot order, slot 39 null.
+// modes in slot order, slot 39 null; each table is a unit of its own, so
+// that the depth's formulas compile on both cores.
 #define VX_XFER1_ENTRY(number, name, family) &vx::Xfer1<VX_XFER1_PIXEL, number>,
 #define VX_XFER1_OPACITY_ENTRY(number, name, family) &vx::Xfer1Opacity<VX_XFER1_PIXEL, number>,
 #define VX_XFER1_OPACITY2_ENTRY(number, name, family) &vx::Xfer1Opacity2<VX_XFER1_PIXEL, number>,
-#define VX_XFER1_DEFINE_TABLES(suffix)                                                                  \
-  const VX_Xfer1Func<VX_XFER1_PIXEL> VXp_G_Xfer1_table##suffix[VX_kXferTableSlots] = {                  \
-      VX_XFER_PIXEL_MODES(VX_XFER1_ENTRY) nullptr};                                                     \
-  const VX_Xfer1OpacityFunc<VX_XFER1_PIXEL> VXp_G_Xfer1_Opacity_table##suffix[VX_kXferTableSlots] = {   \
-      VX_XFER_PIXEL_MODES(VX_XFER1_OPACITY_ENTRY) nullptr};                                             \
+#define VX_XFER1_DEFINE_PLAIN(suffix)                                                \
+  const VX_Xfer1Func<VX_XFER1_PIXEL> VXp_G_Xfer1_table##suffix[VX_kXferTableSlots] = { \
+      VX_XFER_PIXEL_MODES(VX_XFER1_ENTRY) nullptr};
+#define VX_XFER1_DEFINE_OPACITY(suffix)                                                               \
+  const VX_Xfer1OpacityFunc<VX_XFER1_PIXEL> VXp_G_Xfer1_Opacity_table##suffix[VX_kXferTableSlots] = { \
+      VX_XFER_PIXEL_MODES(VX_XFER1_OPACITY_ENTRY) nullptr};
+#define VX_XFER1_DEFINE_OPACITY2(suffix)                                                                \
   const VX_Xfer1Opacity2Func<VX_XFER1_PIXEL> VXp_G_Xfer1_Opacity2_table##suffix[VX_kXferTableSlots] = { \
       VX_XFER_PIXEL_MODES(VX_XFER1_OPACITY2_ENTRY) nullptr};

@@ -1,5 +1,5 @@
-// The per-pixel transfer tables of VX_Pixel16.
+// The per-pixel transfer table of VX_Pixel16 without opacity.
 #include "composite/formulas/XferEntries.h"
 
 #define VX_XFER1_PIXEL VX_Pixel16
-VX_XFER1_DEFINE_TABLES(16)
+VX_XFER1_DEFINE_PLAIN(16)

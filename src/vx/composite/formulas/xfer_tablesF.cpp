@@ -1,5 +1,5 @@
-// The per-pixel transfer tables of VX_PixelFloat.
+// The per-pixel transfer table of VX_PixelFloat without opacity.
 #include "composite/formulas/XferEntries.h"
 
 #define VX_XFER1_PIXEL VX_PixelFloat
-VX_XFER1_DEFINE_TABLES(F)
+VX_XFER1_DEFINE_PLAIN(F)

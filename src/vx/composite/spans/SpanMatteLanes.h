@@ -98,9 +98,11 @@ struct MatteLanes {
     L::Store(dst, d);
   }
 
-  static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<T>& row, Pixel* dst) {
+  // The row's state is copied into the loop, so that the stores to the
+  // destination can't be taken to change it and it stays in registers.
+  static VX_Err Run(int32_t count, const Pixel* src, const Pixel* mask, const RowState<T> row, Pixel* dst) {
     EachBlockOf<L::kPixels>(count, src, mask, dst,
-                            [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA { Block(s, m, row, d); });
+                            [row](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA { Block(s, m, row, d); });
     return VX_Err_None;
   }
 };

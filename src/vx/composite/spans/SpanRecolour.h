@@ -108,7 +108,9 @@ VX_Err Entry(int32_t count, const Pixel* src, const Pixel* mask, typename VX_Pix
   const Lane<Pixel> op(opacity);
   const RecolourRow row{opacity != VX_PixelTraits<Pixel>::kWhite, behind, keep_alpha};
   const auto run = [&](auto with_mask) {
-    EachBlockOf<IO<Pixel>::kPixels>(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
+    // The row's state goes into the loop by value: stores to the
+    // destination can't be taken to change it.
+    EachBlockOf<IO<Pixel>::kPixels>(count, src, mask, dst, [op, row](const Pixel* s, const Pixel* m, Pixel* d) VX_INLINE_LAMBDA {
       Block<Pixel, Mode, decltype(with_mask)::value>(s, m, op, row, d);
     });
     return VX_Err_None;

@@ -158,8 +158,8 @@ VX_Err VX_GetInnerBlendingFunc(int32_t transfer_mode, VX_InnerBlendingFunc<Pixel
   return VX_Err_None;
 }
 
-#define VX_SPAN_INSTANTIATE(Pixel)                                                                     \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, false>(int32_t, VX_InnerBlendingFunc<Pixel>*); \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, false>(int32_t, VX_InnerBlendingFunc<Pixel>*);  \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, true>(int32_t, VX_InnerBlendingFunc<Pixel>*);  \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, true>(int32_t, VX_InnerBlendingFunc<Pixel>*);
+// A depth's instances in the stored encoding, and in linear light (two
+// units, so that a depth's kernels compile on both cores).
+#define VX_SPAN_INSTANTIATE(Pixel, HasTables)                                                              \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, HasTables>(int32_t, VX_InnerBlendingFunc<Pixel>*); \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, HasTables>(int32_t, VX_InnerBlendingFunc<Pixel>*);

@@ -1,4 +1,4 @@
-// The four VX_GetInnerBlendingFunc instances of VX_Pixel8.
+// The span kernels of VX_Pixel8 in the stored encoding, with and without a mask.
 #include "composite/spans/SpanTable.h"
 
-VX_SPAN_INSTANTIATE(VX_Pixel8)
+VX_SPAN_INSTANTIATE(VX_Pixel8, false)

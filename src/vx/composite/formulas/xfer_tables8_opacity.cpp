@@ -1,0 +1,5 @@
+// The per-pixel transfer table of VX_Pixel8 with opacity.
+#include "composite/formulas/XferEntries.h"
+
+#define VX_XFER1_PIXEL VX_Pixel8
+VX_XFER1_DEFINE_OPACITY(8)
