@@ -127,7 +127,10 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
     mask_row = caller.row_buffers[1];
   } else {
     VXp_ScratchSet scratch;
-    const int32_t width = std::max(requested.right - requested.left, 1);
+    // Rows never reach past the source, so a rectangle far larger than the
+    // source needs no more scratch than the part of it that exists.
+    GEO_LRect in_source;
+    const int32_t width = GEO_SectLRect(&requested, &whole, &in_source) ? in_source.right - in_source.left : 1;
     const int32_t depth_code = static_cast<int32_t>(sizeof(Channel));
     if (VX_Err err = VXp_ReallocScratch(width, depth_code, false, &scratch)) return err;
     saved = scratch.buffers[0];

@@ -242,12 +242,13 @@ TYPED_TEST(TransferRect, BadInputLeavesTheDestinationAlone) {
   // A matte of another depth.
   const VX_TrackMatte bad{*other.get(), 0, 0, 0};
   EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, nullptr, this->src.get(), &over, nullptr, &bad, 0, 0, this->dst.get()), 3);
-  // Scratch that can't be had: a very wide rectangle and no memory.
+  // Scratch that can't be had: a source wider than the shrunk pool holds,
+  // and no memory.
   {
-    const GEO_LRect wide{0, 0, 3000000, 5};
+    vxtest::EffectWorld wide(5000, 2, this->kDepth);
+    ASSERT_EQ(VX_FreeUpSomeMemory(), VX_Err_None);
     vxtest::FailAllocationsScope no_memory(0);
-    EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, &wide, this->src.get(), &over, nullptr, nullptr, 0, 0,
-                              this->dst.get()),
+    EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, nullptr, wide.get(), &over, nullptr, nullptr, 0, 0, this->dst.get()),
               4);
   }
   // Clipped away entirely, also for the alpha modes.
