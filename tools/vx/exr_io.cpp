@@ -8,6 +8,7 @@
 #include <ImfInputFile.h>
 #include <ImfOutputFile.h>
 #include <ImfTileDescription.h>
+#include <ImfVersion.h>
 #include <half.h>
 
 #include <algorithm>
@@ -94,10 +95,58 @@ char* Origin(void* base, int64_t x0, int64_t y0, size_t xs, size_t ys) {
                                  static_cast<uintptr_t>(y0) * ys);
 }
 
+// Walks the headers' attributes (name, type, size, value), refusing one
+// whose size passes the end of the file before OpenEXR allocates it.
+void CheckAttributeSizes(const std::string& name, Imf::IStream& stream, uint64_t file_bytes, bool multipart) {
+  auto text = [&stream] {
+    std::string s;
+    char c;
+    for (stream.read(&c, 1); c && s.size() < 256; stream.read(&c, 1)) s += c;
+    return s;
+  };
+  for (bool first = true;; first = false) {
+    int attributes = 0;
+    for (std::string attribute = text(); !attribute.empty(); attribute = text(), ++attributes) {
+      text();
+      char size_bytes[4];
+      stream.read(size_bytes, 4);
+      int32_t size;
+      std::memcpy(&size, size_bytes, 4);
+      if (size < 0 || static_cast<uint64_t>(size) > file_bytes - stream.tellg())
+        throw ToolError(name + ": the attribute '" + attribute + "' claims " + std::to_string(size) +
+                        " bytes, more than the file has");
+      stream.seekg(stream.tellg() + static_cast<uint64_t>(size));
+    }
+    if (!multipart || (attributes == 0 && !first)) return;
+  }
+}
+
+// The first part's header, read and checked before OpenEXR sizes its line
+// buffers and offset table by it.
+void CheckHeader(const std::string& name, Imf::IStream& stream, uint64_t file_bytes) {
+  char start[8];
+  stream.read(start, 8);
+  int32_t magic, version;
+  std::memcpy(&magic, start, 4);
+  std::memcpy(&version, start + 4, 4);
+  if (magic != Imf::MAGIC) throw ToolError(name + ": not an OpenEXR file");
+  CheckAttributeSizes(name, stream, file_bytes, version & Imf::MULTI_PART_FILE_FLAG);
+  stream.seekg(8);
+  Imf::Header header;
+  header.readFrom(stream, version);
+  const Imath::Box2i window = header.dataWindow();
+  const int64_t w = int64_t(window.max.x) - window.min.x + 1, h = int64_t(window.max.y) - window.min.y + 1;
+  if (w < 1 || h < 1 || w > kMaxSide || h > kMaxSide) throw ToolError(name + ": image size not supported");
+  CheckFileCanHold(name, header, w, h, file_bytes);
+  CheckImageBytes(name, w, h, 32);
+  stream.seekg(0);
+}
+
 }  // namespace
 
 WorldPtr ReadExr(const std::string& name, Imf::IStream& stream, uint64_t file_bytes) {
   try {
+    CheckHeader(name, stream, file_bytes);
     Imf::InputFile file(stream);
     const Imf::Header& header = file.header();
     const Imath::Box2i window = header.dataWindow();
