@@ -43,9 +43,12 @@ void CopyAtDepth(VX_World& to, const VX_World& from, const GEO_LRect& rect) {
   }
 }
 
+// A pipe or a device has no size to bound the image by; the limit on image
+// bytes still holds there.
 uint64_t FileBytes(FILE* file) {
   struct stat s {};
-  return fstat(fileno(file), &s) == 0 && s.st_size > 0 ? static_cast<uint64_t>(s.st_size) : 0;
+  if (fstat(fileno(file), &s) != 0 || !S_ISREG(s.st_mode)) return uint64_t(1) << 40;
+  return static_cast<uint64_t>(s.st_size);
 }
 
 }  // namespace
