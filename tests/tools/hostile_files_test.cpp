@@ -146,6 +146,9 @@ TEST(HostileFiles, TheLimitOnImageBytesIsKept) {
   EXPECT_EQ(vxtest::RunChild(VX_TOOL_PATH, {"info", file}, {"VX_MAX_IMAGE_BYTES=1K"}).exit_code, 1);
   EXPECT_EQ(vxtest::RunChild(VX_TOOL_PATH, {"info", file, "--max-memory", "1M"}, {"VX_MAX_IMAGE_BYTES=1K"}).exit_code,
             0);
+  // A pipe has no size to bound the image by, but the limit holds there too.
+  EXPECT_EQ(vxtest::RunTool("info /dev/stdin --max-memory 1M < " + dir / "a.png").exit_code, 0);
+  EXPECT_EQ(vxtest::RunTool("info /dev/stdin --max-memory 100K < " + dir / "a.png").exit_code, 1);
   // Converting to a deeper world counts as well.
   r = vxtest::RunTool("convert " + dir / "a.png " + dir / "b.exr --depth 32 --max-memory 200K");
   EXPECT_EQ(r.exit_code, 1);

@@ -17,6 +17,8 @@ namespace vxtool {
 
 bool LooksLikePng(const unsigned char signature[8]);
 // 8-bit (and fewer) files give 8-bit worlds, 16-bit files 16-bit worlds.
+// `file` is past the signature, which the caller has checked (a pipe can't
+// be rewound).
 WorldPtr ReadPng(const std::string& name, FILE* file, uint64_t file_bytes);
 // 8-bit worlds go out at 8 bits, the others at 16.
 void WritePng(const std::string& name, FILE* file, const VX_World& world);

@@ -125,7 +125,6 @@ WorldPtr ReadImage(const std::string& path) {
     std::fclose(file);
     throw ToolError(path + ": not a PNG or OpenEXR file");
   }
-  std::rewind(file);
   try {
     WorldPtr world = ReadPng(path, file, bytes);
     std::fclose(file);

@@ -127,6 +127,7 @@ const char* ReadPngPixels(FILE* file, PngErrors* errors, WorldTarget* target) {
     return errors->message;
   }
   png_init_io(png, file);
+  png_set_sig_bytes(png, 8);
   Limit(png);
   png_read_info(png, info);
   const uint64_t filtered_bytes = FilteredBytes(png, info);
