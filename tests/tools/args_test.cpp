@@ -80,9 +80,13 @@ TEST(StrictNumbers, TheToolRefusesWhatUsedToWrapOrSlipThrough) {
     EXPECT_NE(r.out.find(option), std::string::npos) << args << ": " << r.out;
   }
   EXPECT_FALSE(std::filesystem::exists(dir / "out.png"));
-  // The edges of what is allowed still run.
-  EXPECT_EQ(vxtest::RunTool("composite -q " + a + " " + a + out + " --opacity 0 --at -2147483648,2147483647").exit_code,
-            0);
+
+  // The edges of what is allowed still run; a layer that far out leaves the
+  // background as it was.
+  for (const char* at : {"-2147483648,2147483647", "2147483647,0", "-8,-2147483648"}) {
+    EXPECT_EQ(vxtest::RunTool("composite -q " + a + " " + a + out + " --mode alpha-mul --at " + at).exit_code, 0) << at;
+    EXPECT_TRUE(vxtest::SameBytes(*vxtool::ReadImage(dir / "out.png"), *vxtool::ReadImage(a))) << at;
+  }
   EXPECT_EQ(vxtest::RunTool("convert -q " + a + " " + dir / "h.exr --half --depth 32").exit_code, 0);
 }
 

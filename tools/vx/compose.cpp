@@ -69,6 +69,12 @@ void Composite(VX_World& background, VX_World& layer, const ComposeOptions& opti
     options.matte->FillOutEffectWorld(&matte.matte);
     matte.matte_kind = options.matte_kind;
   }
+  // A layer wholly off the background changes nothing (the package leaves
+  // the destination alone then, in every mode), and positions far out of
+  // range would overflow the package's rectangle arithmetic.
+  const int64_t left = options.at_x, top = options.at_y;
+  if (left >= background.width || left + layer.width <= 0 || top >= background.height || top + layer.height <= 0)
+    return;
   const GEO_LRect all{0, 0, layer.width, layer.height};
   Check(VX_TransferRect(progress, 1, 0, options.field, &all, &layer, &mode, tables, options.matte ? &matte : nullptr,
                         options.at_x, options.at_y, &background),
