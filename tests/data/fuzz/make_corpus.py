@@ -2,8 +2,9 @@
 """Writes the PNG seeds of png/ (every colour type and bit depth, interlaced
 or not, with transparency, text and an unknown chunk) and the hand-made
 hostile files of regressions/ (tiny files whose headers claim huge images or
-huge chunks). The OpenEXR seeds come from fuzz/make_exr_seeds.cpp. The
-output is deterministic, so rerunning this changes nothing."""
+huge chunks). The OpenEXR seeds come from fuzz/make_exr_seeds.cpp, and the
+files of regressions/ that fuzzing found are kept as found. The output is
+deterministic, so rerunning this changes nothing."""
 import struct
 import zlib
 from pathlib import Path
