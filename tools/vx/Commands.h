@@ -20,6 +20,7 @@ const std::vector<Command>& AllCommands();
 
 // Options every subcommand takes.
 extern const OptionDef kQuietOption;
+extern const OptionDef kMaxMemoryOption;
 
 // Each command.
 int RunInfo(const Args& args);

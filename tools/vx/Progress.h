@@ -1,16 +1,13 @@
-// Progress on standard error while long operations run, and Ctrl-C: the
-// package's progress callbacks answer 517 once the user has asked to stop.
+// Progress on standard error while long operations run. The package's
+// progress callbacks answer 517 once a signal asked the tool to stop.
 #pragma once
 
 #include <string>
 
+#include "Interrupt.h"
 #include "vx/Types.h"
 
 namespace vxtool {
-
-// Ctrl-C sets a flag that the progress callbacks read.
-void InstallInterruptHandler();
-bool Interrupted();
 
 class ProgressBar {
  public:

@@ -1,3 +1,7 @@
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 #include "Args.h"
@@ -22,11 +26,65 @@ std::optional<std::string> Args::Value(const std::string& name) const {
 
 double Args::Number(const std::string& name, double fallback) const {
   auto v = Value(name);
-  if (!v) return fallback;
+  return v ? ParseFinite(*v, "--" + name) : fallback;
+}
+
+int64_t Args::Integer(const std::string& name, int64_t fallback, int64_t lo, int64_t hi) const {
+  auto v = Value(name);
+  return v ? ParseInteger(*v, lo, hi, "--" + name) : fallback;
+}
+
+double ParseFinite(const std::string& text, const std::string& what) {
+  const bool starts_well = !text.empty() && !std::isspace(static_cast<unsigned char>(text[0]));
   char* end = nullptr;
-  const double d = std::strtod(v->c_str(), &end);
-  if (v->empty() || *end != 0) throw ToolError("--" + name + " wants a number, not '" + *v + "'");
+  errno = 0;
+  const double d = starts_well ? std::strtod(text.c_str(), &end) : 0;
+  if (!starts_well || *end != 0 || !std::isfinite(d) || errno == ERANGE)
+    throw ToolError(what + " wants a finite number, not '" + text + "'");
   return d;
+}
+
+int64_t ParseInteger(const std::string& text, int64_t lo, int64_t hi, const std::string& what) {
+  const bool digits = !text.empty() && (std::isdigit(static_cast<unsigned char>(text[0])) ||
+                                        ((text[0] == '-' || text[0] == '+') && text.size() > 1));
+  char* end = nullptr;
+  errno = 0;
+  const long long n = digits ? std::strtoll(text.c_str(), &end, 10) : 0;
+  if (!digits || *end != 0 || errno == ERANGE || n < lo || n > hi)
+    throw ToolError(what + " wants a whole number from " + std::to_string(lo) + " to " + std::to_string(hi) +
+                    ", not '" + text + "'");
+  return n;
+}
+
+uint64_t ParseByteCount(const std::string& text, const std::string& what) {
+  size_t digits = 0;
+  while (digits < text.size() && std::isdigit(static_cast<unsigned char>(text[digits]))) ++digits;
+  std::string unit = text.substr(digits);
+  for (char& c : unit) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  const char* units[] = {"", "K", "M", "G", "T"};
+  int shift = -1;
+  for (int i = 0; i < 5; ++i)
+    for (const char* tail : {"", "B", "IB"})
+      if (unit == std::string(units[i]) + tail && !(i == 0 && *tail == 'I')) shift = 10 * i;
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long n = digits ? std::strtoull(text.substr(0, digits).c_str(), &end, 10) : 0;
+  if (shift < 0 || n == 0 || errno == ERANGE || n > (UINT64_MAX >> shift))
+    throw ToolError(what + " wants a byte count such as 512M or 4G, not '" + text + "'");
+  return static_cast<uint64_t>(n) << shift;
+}
+
+std::string ByteText(uint64_t bytes) {
+  const char* units[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
+  double v = static_cast<double>(bytes);
+  int i = 0;
+  while (v >= 1024 && i < 4) {
+    v /= 1024;
+    ++i;
+  }
+  char text[32];
+  std::snprintf(text, sizeof text, i ? "%.1f %s" : "%.0f %s", v, units[i]);
+  return text;
 }
 
 Args ParseArgs(const std::vector<std::string>& words, const std::vector<OptionDef>& options) {

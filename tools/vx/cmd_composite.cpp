@@ -1,5 +1,5 @@
 // vx composite BG LAYER -o OUT: one transfer through the package.
-#include <cstdio>
+#include <cstdint>
 
 #include "Commands.h"
 #include "Compose.h"
@@ -11,9 +11,10 @@ namespace vxtool {
 namespace {
 
 void ParseAt(const std::string& text, int32_t* x, int32_t* y) {
-  int n = 0;
-  if (std::sscanf(text.c_str(), "%d,%d%n", x, y, &n) != 2 || n != static_cast<int>(text.size()))
-    throw ToolError("--at wants X,Y (for example 10,-20), not '" + text + "'");
+  const size_t comma = text.find(',');
+  if (comma == std::string::npos) throw ToolError("--at wants X,Y (for example 10,-20), not '" + text + "'");
+  *x = static_cast<int32_t>(ParseInteger(text.substr(0, comma), INT32_MIN, INT32_MAX, "--at X"));
+  *y = static_cast<int32_t>(ParseInteger(text.substr(comma + 1), INT32_MIN, INT32_MAX, "--at Y"));
 }
 
 }  // namespace
@@ -26,7 +27,7 @@ int RunComposite(const Args& args) {
   ComposeOptions options;
   if (auto mode = args.Value("mode")) options.mode = ParseMode(*mode);
   options.opacity = static_cast<float>(args.Number("opacity", 1.0));
-  if (options.opacity < 0.0f || options.opacity > 1.0f) throw ToolError("--opacity must be between 0 and 1");
+  if (!(options.opacity >= 0.0f && options.opacity <= 1.0f)) throw ToolError("--opacity must be between 0 and 1");
   if (auto at = args.Value("at")) ParseAt(*at, &options.at_x, &options.at_y);
   if (auto kind = args.Value("matte-kind")) options.matte_kind = ParseMatteKind(*kind);
   if (args.Has("matte-kind") && !args.Has("matte")) throw ToolError("--matte-kind goes with --matte FILE");

@@ -34,10 +34,12 @@ ORX_ProfileCode ParseProfile(const std::string& text) {
 
 int RunConvert(const Args& args) {
   if (args.positional.size() != 2) throw ToolError("convert wants an input and an output (see vx convert --help)");
-  const double depth_arg = args.Number("depth", 0);
+  const int64_t depth_arg = args.Integer("depth", 0, 0, 32);
   if (args.Has("depth") && depth_arg != 8 && depth_arg != 16 && depth_arg != 32)
     throw ToolError("--depth must be 8, 16 or 32");
   CheckOutputPath(args.positional[1]);
+  if (args.flags.count("half") && !HasExtension(args.positional[1], ".exr"))
+    throw ToolError("--half is for OpenEXR output; " + args.positional[1] + " is not an .exr file");
   if (args.Has("from") != args.Has("to")) throw ToolError("--from and --to go together");
   const bool recolour = args.Has("from");
   const ORX_ProfileCode from = recolour ? ParseProfile(*args.Value("from")) : ORX_Profile_sRGB;

@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 #include "Image.h"
+#include "Interrupt.h"
 #include "Session.h"
 #include "ToolError.h"
 
@@ -22,6 +23,7 @@ template <class Pixel>
 void Gather(const VX_World& w, ChannelStats stats[4], long long coverage[3]) {
   const double white = VX_PixelTraits<Pixel>::kWhite;
   for (int32_t y = 0; y < w.height; ++y) {
+    ThrowIfInterrupted("measuring");
     const Pixel* row = static_cast<const VX_WorldX<Pixel>&>(w).Row(y);
     for (int32_t x = 0; x < w.width; ++x) {
       const Pixel& p = row[x];

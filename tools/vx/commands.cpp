@@ -4,10 +4,12 @@
 namespace vxtool {
 
 const OptionDef kQuietOption{"quiet", 'q', false, "no progress bar"};
+const OptionDef kMaxMemoryOption{"max-memory", 0, true,
+                                 "the most one image may take, such as 2G; default VX_MAX_IMAGE_BYTES or a quarter of memory"};
 
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> commands = {
-      {"info", "FILE", "size, depth, channel statistics and alpha coverage of an image", {kQuietOption}, RunInfo},
+      {"info", "FILE", "size, depth, channel statistics and alpha coverage of an image", {kQuietOption, kMaxMemoryOption}, RunInfo},
       {"convert",
        "IN OUT",
        "convert an image's depth (and colour space) through the package",
@@ -15,7 +17,7 @@ const std::vector<Command>& AllCommands() {
         {"half", 0, false, "OpenEXR output in half floats"},
         {"from", 0, true, "the input's profile: srgb, linear-srgb, rec709, rec2020, linear-rec2020, display-p3, prophoto"},
         {"to", 0, true, "the output's profile, from the same list"},
-        kQuietOption},
+        kQuietOption, kMaxMemoryOption},
        RunConvert},
       {"composite",
        "BG LAYER -o OUT",
@@ -29,17 +31,17 @@ const std::vector<Command>& AllCommands() {
         {"linear", 0, false, "blend in linear light"},
         {"keep-alpha", 0, false, "keep the background's alpha"},
         {"field", 0, true, "even or odd: draw one field of an interlaced frame"},
-        kQuietOption},
+        kQuietOption, kMaxMemoryOption},
        RunComposite},
       {"modes",
        "BG LAYER -o SHEET",
        "a contact sheet of every transfer mode, each tile labelled with its name",
-       {{"output", 'o', true, "the sheet (.png or .exr)"}, kQuietOption},
+       {{"output", 'o', true, "the sheet (.png or .exr)"}, kQuietOption, kMaxMemoryOption},
        RunModes},
       {"demo",
        "[-o DIR]",
        "make inputs procedurally and write contact sheets at 8, 16 and float bits and a matte composite",
-       {{"output", 'o', true, "the folder to write into; default vx-demo"}, kQuietOption},
+       {{"output", 'o', true, "the folder to write into; default vx-demo"}, kQuietOption, kMaxMemoryOption},
        RunDemo},
   };
   return commands;

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Args.h"
 #include "Compose.h"
 #include "Session.h"
 #include "ToolError.h"
@@ -33,11 +34,11 @@ std::string ModeLabel(int32_t mode) {
 }
 
 int32_t ParseMode(const std::string& text) {
-  char* end = nullptr;
-  const long number = std::strtol(text.c_str(), &end, 10);
-  if (!text.empty() && *end == 0) {
-    if (!VX_IsXferMode(static_cast<int32_t>(number))) throw ToolError("no transfer mode numbered " + text);
-    return static_cast<int32_t>(number);
+  const bool numeric = !text.empty() && text.find_first_not_of("+-0123456789") == std::string::npos;
+  if (numeric) {
+    const auto number = static_cast<int32_t>(ParseInteger(text, -3, 38, "--mode"));
+    if (!VX_IsXferMode(number)) throw ToolError("--mode: no transfer mode numbered " + text);
+    return number;
   }
   for (int32_t mode = -3; mode <= 38; ++mode) {
     if (!VX_IsXferMode(mode)) continue;
@@ -60,7 +61,7 @@ VX_World* AtDepth(VX_World& world, int16_t depth, WorldPtr& holder) {
 }
 
 void Composite(VX_World& background, VX_World& layer, const ComposeOptions& options, VX_ProgressInfo* progress) {
-  if (options.opacity < 0.0f || options.opacity > 1.0f) throw ToolError("opacity must be between 0 and 1");
+  if (!(options.opacity >= 0.0f && options.opacity <= 1.0f)) throw ToolError("opacity must be between 0 and 1");
   const VX_LinearBlendingTables* tables = options.linear ? LinearTables() : nullptr;
   const VX_CompositeModePlus mode(options.mode, options.opacity, tables, options.keep_alpha, 0);
   VX_TrackMatte matte{};
@@ -68,6 +69,12 @@ void Composite(VX_World& background, VX_World& layer, const ComposeOptions& opti
     options.matte->FillOutEffectWorld(&matte.matte);
     matte.matte_kind = options.matte_kind;
   }
+  // A layer wholly off the background changes nothing (the package leaves
+  // the destination alone then, in every mode), and positions far out of
+  // range would overflow the package's rectangle arithmetic.
+  const int64_t left = options.at_x, top = options.at_y;
+  if (left >= background.width || left + layer.width <= 0 || top >= background.height || top + layer.height <= 0)
+    return;
   const GEO_LRect all{0, 0, layer.width, layer.height};
   Check(VX_TransferRect(progress, 1, 0, options.field, &all, &layer, &mode, tables, options.matte ? &matte : nullptr,
                         options.at_x, options.at_y, &background),

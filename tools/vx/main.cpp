@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Image.h"
 #include "Progress.h"
 #include "ToolError.h"
 
@@ -13,7 +14,9 @@ namespace {
 void PrintUsage() {
   std::printf("usage: vx COMMAND [ARGS...]\n\ncommands:\n");
   for (const vxtool::Command& c : vxtool::AllCommands()) std::printf("  %-10s %s\n", c.name, c.summary);
-  std::printf("\n'vx COMMAND --help' tells more. Modules are looked for in VX_MODULE_PATH.\n");
+  std::printf("\n'vx COMMAND --help' tells more. Modules are looked for in VX_MODULE_PATH.\n"
+              "Ctrl-C, SIGTERM and SIGHUP stop a command between rows (exit 130, 143, 129) and keep an\n"
+              "existing output as it was.\n");
 }
 
 }  // namespace
@@ -35,6 +38,10 @@ int main(int argc, char** argv) {
         return 0;
       }
       vxtool::InstallInterruptHandler();
+      if (auto limit = args.Value("max-memory"))
+        vxtool::SetImageByteLimit(vxtool::ParseByteCount(*limit, "--max-memory"));
+      else
+        vxtool::ImageByteLimit();  // a bad VX_MAX_IMAGE_BYTES is refused before any work
       return command.run(args);
     } catch (const vxtool::ToolError& e) {
       std::fprintf(stderr, "vx %s: %s\n", command.name, e.what());

@@ -1,25 +1,10 @@
 #include <unistd.h>
 
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 
 #include "Progress.h"
 
 namespace vxtool {
-namespace {
-std::atomic<bool> g_interrupted{false};
-void OnSigint(int) { g_interrupted = true; }
-}  // namespace
-
-void InstallInterruptHandler() {
-  struct sigaction action {};
-  action.sa_handler = OnSigint;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, nullptr);
-}
-
-bool Interrupted() { return g_interrupted.load(); }
 
 ProgressBar::ProgressBar(std::string label, bool enabled)
     : label_(std::move(label)), draw_(enabled && isatty(STDERR_FILENO)), info_{this, OnAbort, OnProgress} {}
@@ -35,6 +20,7 @@ VX_Err ProgressBar::OnAbort(void*) { return Interrupted() ? VX_Err_Interrupted :
 
 VX_Err ProgressBar::OnProgress(void* refcon, int32_t current, int32_t total) {
   auto* bar = static_cast<ProgressBar*>(refcon);
+  PauseForTest(bar->label_.c_str());
   if (Interrupted()) return VX_Err_Interrupted;
   if (total > 0) bar->Draw(bar->start_ + bar->share_ * current / total);
   return VX_Err_None;

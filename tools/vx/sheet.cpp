@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "Font.h"
+#include "Interrupt.h"
 #include "Sheet.h"
 #include "ToolError.h"
 
@@ -32,6 +33,7 @@ WorldPtr Reduce(const VX_World& world, int32_t width, int32_t height, int16_t de
   WorldPtr out = NewWorld(width, height, 32);
   const auto& src = static_cast<const VX_WorldFloat&>(*source);
   for (int32_t y = 0; y < height; ++y) {
+    ThrowIfInterrupted("reducing");
     const int32_t y0 = static_cast<int32_t>(int64_t(y) * src.height / height);
     const int32_t y1 = std::max(y0 + 1, static_cast<int32_t>(int64_t(y + 1) * src.height / height));
     for (int32_t x = 0; x < width; ++x) {
