@@ -87,7 +87,7 @@ VX_Err VX_Iterate_Static(VX_IterateHost* host, int32_t progress_start, int32_t p
                          const GEO_LRect* area, void* refcon, VX_IterateFunc func, VX_LayerDef* dst) {
   if ((src && !src->data) || !dst || !dst->data || !func) return VXp_BadParameter(14);
   const bool mismatch = DepthsDiffer(src, dst);
-  return VXp_DispatchDepth(VXp_WorldDepth(dst), __LINE__, "Unknown world bitdepth in VX_Iterate",
+  return VXp_DispatchDepth(dst, {"Unknown world bitdepth in VX_Iterate", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              typedef decltype(pixel) Pixel;
                              if (mismatch) return VX_Err_BadParam;

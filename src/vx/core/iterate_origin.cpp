@@ -85,7 +85,7 @@ VX_Err IterateOrigin(bool clip, VX_IterateHost* host, int32_t progress_start, in
                                 "VX_Iterate requires source and dst worlds to be same depth");
     mismatch = true;
   }
-  return VXp_DispatchDepth(VXp_WorldDepth(dst), __LINE__, "Unknown world bitdepth in VX_IterateOrigin",
+  return VXp_DispatchDepth(dst, {"Unknown world bitdepth in VX_IterateOrigin", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              typedef decltype(pixel) Pixel;
                              if (mismatch) return VX_Err_BadParam;

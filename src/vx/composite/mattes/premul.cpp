@@ -59,7 +59,7 @@ VX_Err RunBlackKernel(VX_WorldX<Pixel>* src, VX_WorldX<Pixel>& dst, const GEO_LR
 
 VX_Err VX_PremulRect_S(void*, int32_t forward, const GEO_LRect* rect, VX_LayerDef* world) {
   if (!world || !world->data) return VXp_BadParameter(13);
-  return VXp_DispatchDepth(VXp_WorldDepth(world), __LINE__, "Unknown world bitdepth in VX_PremulRect",
+  return VXp_DispatchDepth(world, {"Unknown world bitdepth in VX_PremulRect", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              VX_WorldX<decltype(pixel)> view(world, false);
                              return RunBlackKernel<decltype(pixel)>(nullptr, view, rect, forward != 0);
@@ -117,7 +117,7 @@ template <class ColorPixel>
 VX_Err PremulColorRect(VX_LayerDef* src, const GEO_LRect* rect, const ColorPixel* color, int32_t forward,
                        VX_LayerDef* dst) {
   if (!dst || !dst->data || (src && !src->data)) return VXp_BadParameter(13);
-  return VXp_DispatchDepth(VXp_WorldDepth(dst), __LINE__, "Unknown world bitdepth in VX_PremulColorRect",
+  return VXp_DispatchDepth(dst, {"Unknown world bitdepth in VX_PremulColorRect", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              typedef decltype(pixel) Pixel;
                              const Pixel m = color ? vxconv::Pixel<Pixel>(*color) : Pixel{};

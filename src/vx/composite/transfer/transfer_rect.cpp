@@ -199,7 +199,7 @@ VX_Err Transfer(const Caller& caller, VX_ProgressInfo* progress, int32_t field, 
       VXp_ReportMessage(VXp_Site(0x33), VXp_Msg_UnimplementedBlendingMode);
       return VX_Err_Unimplemented;
     }
-    return VXp_DispatchDepth(depth, 769, "Unknown world bitdepth in##CONDITIONNAME", [&](auto pixel) {
+    return VXp_DispatchDepth(depth, {"Unknown world bitdepth in##CONDITIONNAME", 769}, [&](auto pixel) {
       return TransferAtDepth<decltype(pixel)>(caller, progress, field, source_rect, source, *mode, tables, mask,
                                               dest_x, dest_y, destination);
     });
