@@ -130,13 +130,13 @@ VX_Err VX_IterateOriginUnclipped_Static(VX_IterateHost* host, int32_t progress_s
 VX_Err VX_IterateOrigin(VX_IterateHost* host, int32_t progress_start, int32_t progress_total, VX_LayerDef* src,
                         const GEO_LRect* area, const GEO_LPoint* origin, void* refcon, VX_IterateFunc func,
                         VX_LayerDef* dst) {
-  return VXp_Slot<VX_IterateOriginProc>(VX_Slot_IterateOrigin)(host, progress_start, progress_total, src, area,
+  return VXp_GetSlot<VX_Slot_IterateOrigin>()(host, progress_start, progress_total, src, area,
                                                                 origin, refcon, func, dst);
 }
 
 VX_Err VX_IterateOriginUnclipped(VX_IterateHost* host, int32_t progress_start, int32_t progress_total,
                                  VX_LayerDef* src, const GEO_LRect* area, const GEO_LPoint* origin, void* refcon,
                                  VX_IterateFunc func, VX_LayerDef* dst) {
-  return VXp_Slot<VX_IterateOriginProc>(VX_Slot_IterateOriginUnclipped)(host, progress_start, progress_total, src,
+  return VXp_GetSlot<VX_Slot_IterateOriginUnclipped>()(host, progress_start, progress_total, src,
                                                                          area, origin, refcon, func, dst);
 }
