@@ -201,24 +201,27 @@ template <VX_OverSlot S>
 using VX_SlotProc = typename VX_SlotTraits<S>::Proc;
 
 // Typed access to a table laid out as VXp_G_OverFuncs, such as the one a
-// module is handed at load. Only a routine of the slot's own type goes in.
+// module is handed at load. Only a routine of the slot's own type goes in;
+// reserved and unsettled slots take none.
 template <VX_OverSlot S>
+  requires VX_SlotTraits<S>::kTyped
 inline void VX_InstallSlot(void** table, VX_SlotProc<S> routine) {
-  static_assert(VX_SlotTraits<S>::kTyped, "this slot takes no typed routine (reserved, or type not settled)");
   table[S] = reinterpret_cast<void*>(routine);
 }
 template <VX_OverSlot S>
+  requires VX_SlotTraits<S>::kTyped
 inline VX_SlotProc<S> VX_ReadSlot(void* const* table) {
-  static_assert(VX_SlotTraits<S>::kTyped, "this slot takes no typed routine (reserved, or type not settled)");
   return reinterpret_cast<VX_SlotProc<S>>(table[S]);
 }
 
 // The same on the package's own table.
 template <VX_OverSlot S>
+  requires VX_SlotTraits<S>::kTyped
 inline void VXp_Install(VX_SlotProc<S> routine) {
   VX_InstallSlot<S>(VXp_G_OverFuncs, routine);
 }
 template <VX_OverSlot S>
+  requires VX_SlotTraits<S>::kTyped
 inline VX_SlotProc<S> VXp_GetSlot() {
   return VX_ReadSlot<S>(VXp_G_OverFuncs);
 }
@@ -244,13 +247,13 @@ struct VX_SlotRun {
 
 // Members out of range are never written and read as null.
 template <class Run>
+  requires VX_IsRoutineType<typename Run::Proc>
 inline void VXp_InstallIn(int32_t i, typename Run::Proc routine) {
-  static_assert(VX_IsRoutineType<typename Run::Proc>, "this run takes no typed routine");
   if (Run::Has(i)) VXp_G_OverFuncs[Run::At(i)] = reinterpret_cast<void*>(routine);
 }
 template <class Run>
+  requires VX_IsRoutineType<typename Run::Proc>
 inline typename Run::Proc VXp_GetIn(int32_t i) {
-  static_assert(VX_IsRoutineType<typename Run::Proc>, "this run takes no typed routine");
   return Run::Has(i) ? reinterpret_cast<typename Run::Proc>(VXp_G_OverFuncs[Run::At(i)]) : nullptr;
 }
 
