@@ -6,6 +6,7 @@
 
 #include "core/Internal.h"
 #include "support/TestWorlds.h"
+#include "vx/color/ColorTestSupport.h"
 
 namespace {
 
@@ -115,6 +116,26 @@ TEST(DepthDispatch, FlagWordsFormatTagsAndDepthsMapOntoEachOther) {
   EXPECT_EQ(VXp_DepthFlagsFor(24), 0xFFFFFFFFu);
   EXPECT_EQ(VXp_DepthOfFlags(0x03000000), 0);
   EXPECT_EQ(VXp_DepthOfFlags(0x01000000), 16) << "the format code decides, not bit 0";
+}
+
+// Copies from a world of no known depth tell the user, and copy nothing.
+TEST(DepthDispatch, CopiesFromAnUnknownDepthAreToldToTheUser) {
+  colortest::OddWorld odd(4, 4);
+  auto dst = colortest::NewWorld(4, 4, 8);
+  vxtest::TakeReports();
+  dst->CopyRectPossiblyDifferentBitdepth(&odd, GEO_LRect{0, 0, 4, 4}, false, 0, 0, nullptr);
+  dst->CopyRectPossiblyDifferentBitdepthWithField(&odd, GEO_LRect{0, 0, 4, 4}, 1);
+  const auto reports = vxtest::TakeReports();
+  ASSERT_EQ(reports.size(), 2u);
+  for (const auto& r : reports) {
+    EXPECT_EQ(r.kind, KU_ReportKind::Text);
+    EXPECT_EQ(r.site, 0x25006E);
+  }
+  EXPECT_EQ(reports[0].text, "Unknown bit depth in VX_World::CopyRectPossiblyDifferentBitdepths");
+  EXPECT_EQ(reports[1].text, "Unknown bit depth in VX_World::CopyRectPossiblyDifferentBitdepthsWithField");
+  const auto& d = static_cast<const VX_WorldX<VX_Pixel8>&>(*dst);
+  for (int32_t y = 0; y < 4; ++y)
+    for (int32_t x = 0; x < 4; ++x) EXPECT_EQ(d.PixelAt(x, y)->alpha, 0);
 }
 
 }  // namespace
