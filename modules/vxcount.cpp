@@ -32,19 +32,19 @@ VX_Err Entry(int32_t selector, const int32_t*, const VX_ModuleHostBlock* host, V
     case VX_ModuleSelector_Load:
       if (!table || table->version != 2 || !table->over_funcs) return 7;
       g_table = table->over_funcs;
-      g_original = reinterpret_cast<VX_PremulRectProc>(g_table[VX_Slot_PremulRect]);
+      g_original = VX_ReadSlot<VX_Slot_PremulRect>(g_table);
       if (!g_original) {
         host->report(0x60, "vxcount: nothing to wrap in slot 52");
         return 5;
       }
       g_calls = 0;
-      g_table[VX_Slot_PremulRect] = reinterpret_cast<void*>(&CountingPremulRect);
+      VX_InstallSlot<VX_Slot_PremulRect>(g_table, &CountingPremulRect);
       return 0;
     case VX_ModuleSelector_Unload:
       // This code is about to go away: leave the original behind, unless
       // someone replaced the wrapper meanwhile.
-      if (g_table && g_table[VX_Slot_PremulRect] == reinterpret_cast<void*>(&CountingPremulRect))
-        g_table[VX_Slot_PremulRect] = reinterpret_cast<void*>(g_original);
+      if (g_table && VX_ReadSlot<VX_Slot_PremulRect>(g_table) == &CountingPremulRect)
+        VX_InstallSlot<VX_Slot_PremulRect>(g_table, g_original);
       g_table = nullptr;
       return 0;
     default:

@@ -11,7 +11,8 @@ VX_Err Refuse(...) { return 7; }
 
 VX_Err Entry(int32_t selector, const int32_t*, const VX_ModuleHostBlock*, VX_ModuleTableBlock* table) {
   if (selector != VX_ModuleSelector_Load || !table || !table->over_funcs) return 0;
-  // Scribble over a filled slot, an empty one and the last one ...
+  // Scribble over a filled slot, an empty one and the last one, with a
+  // routine of no slot's type: raw writes, as a broken module would make ...
   table->over_funcs[VX_Slot_PremulRect] = reinterpret_cast<void*>(&Refuse);
   table->over_funcs[VX_Slot_TransferRect] = reinterpret_cast<void*>(&Refuse);
   table->over_funcs[VX_kOverFuncCount - 1] = reinterpret_cast<void*>(&Refuse);

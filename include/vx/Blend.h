@@ -47,7 +47,7 @@ using VX_BlendSpanProc = VX_Err (*)(int32_t count, const Pixel* src, Pixel* dst)
 // Chooses the kernel of `transfer_mode` for rows with (HasMask) or without a
 // mask and with (HasTables) or without linear blending tables. An unknown
 // mode is reported ("unimplemented blending mode.") and gives 5. The twelve
-// instances are reached through slots 94..105 (VX_InnerBlendingSlot).
+// instances are reached through slots 94..105 (VX_InnerBlendingSlots).
 template <class Pixel, bool HasMask, bool HasTables>
 VX_Err VX_GetInnerBlendingFunc(int32_t transfer_mode, VX_InnerBlendingFunc<Pixel>* out);
 template <class Pixel>

@@ -15,6 +15,7 @@ struct VX_PixelTraits<VX_Pixel8> {
   static constexpr int16_t kDepth = 8;
   static constexpr int kDepthIndex = 0;
   static constexpr uint32_t kDepthFlags = VX_DepthFlags_8;
+  static constexpr VX_PixelFormat kFormat = VX_PixelFormat_ARGB32;  // the world suite's tag
   static constexpr uint8_t kWhite = 255;
   static constexpr uint8_t kGrey = 128;
 };
@@ -25,6 +26,7 @@ struct VX_PixelTraits<VX_Pixel16> {
   static constexpr int16_t kDepth = 16;
   static constexpr int kDepthIndex = 1;
   static constexpr uint32_t kDepthFlags = VX_DepthFlags_16;
+  static constexpr VX_PixelFormat kFormat = VX_PixelFormat_ARGB64;  // the world suite's tag
   static constexpr uint16_t kWhite = 32768;
   static constexpr uint16_t kGrey = 16384;
 };
@@ -35,6 +37,7 @@ struct VX_PixelTraits<VX_PixelFloat> {
   static constexpr int16_t kDepth = 32;
   static constexpr int kDepthIndex = 2;
   static constexpr uint32_t kDepthFlags = VX_DepthFlags_Float;
+  static constexpr VX_PixelFormat kFormat = VX_PixelFormat_ARGB128;  // the world suite's tag
   static constexpr float kWhite = 1.0f;
   static constexpr float kGrey = 0.5f;
 };

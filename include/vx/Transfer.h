@@ -26,10 +26,16 @@ VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t f
                            const GEO_LRect* source_rect, VX_LayerDef* source, const VX_CompositeModePlus* mode,
                            const VX_LinearBlendingTables* tables, const VX_TrackMatte* mask,
                            void* const* row_buffers, int32_t dest_x, int32_t dest_y, VX_LayerDef* destination);
+typedef VX_Err (*VX_TransferRectPlusProc)(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
+                                          const GEO_LRect* source_rect, VX_LayerDef* source,
+                                          const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
+                                          const VX_TrackMatte* mask, void* const* row_buffers, int32_t dest_x,
+                                          int32_t dest_y, VX_LayerDef* destination);
 
 // 1 for modes -3, 0, 1, 2, 4, 5, 6, 7, 9..16, 22, 25, 37, 38; 0 for the rest,
 // also outside -3..60.
 int32_t VX_GetTransferFlags(int32_t transfer_mode);
+typedef int32_t (*VX_TransferFlagsProc)(int32_t transfer_mode);
 
 // One mask row from a row of a matte, in the alpha channel of out_row, at
 // 8 bits (deep false) or 16 bits. matte_kind as in VX_TrackMatte.

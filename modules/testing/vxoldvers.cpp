@@ -7,7 +7,8 @@
 namespace {
 
 VX_Err Entry(int32_t selector, const int32_t*, const VX_ModuleHostBlock*, VX_ModuleTableBlock* table) {
-  if (selector == VX_ModuleSelector_Load && table && table->over_funcs) table->over_funcs[VX_Slot_PremulRect] = nullptr;
+  if (selector == VX_ModuleSelector_Load && table && table->over_funcs)
+    VX_InstallSlot<VX_Slot_PremulRect>(table->over_funcs, nullptr);
   return 0;
 }
 

@@ -51,11 +51,11 @@ TEST_F(Lifecycle, BirthBuildsTheTablesAndDeathUndoesThem) {
   ASSERT_EQ(VX_Birth(), 0);
   ASSERT_NE(VXp_G_fcd_table, nullptr);
   EXPECT_EQ(VXp_G_fcd_table[0], 255) << "row 0 of the divide table";
-  EXPECT_NE(VXp_G_OverFuncs[VX_Slot_Iterate], nullptr);
-  EXPECT_NE(VXp_G_OverFuncs[VX_Slot_PremulRect], nullptr);
-  EXPECT_NE(VXp_G_OverFuncs[VX_Slot_IterateGeneric], nullptr);
-  EXPECT_EQ(VXp_G_OverFuncs[0], nullptr);
-  EXPECT_EQ(VXp_G_OverFuncs[1], nullptr);
+  EXPECT_NE(VXp_GetSlot<VX_Slot_Iterate>(), nullptr);
+  EXPECT_NE(VXp_GetSlot<VX_Slot_PremulRect>(), nullptr);
+  EXPECT_NE(VXp_GetSlot<VX_Slot_IterateGeneric>(), nullptr);
+  EXPECT_EQ(VXp_SlotAddress(VX_Slot_Reserved0), nullptr);
+  EXPECT_EQ(VXp_SlotAddress(VX_Slot_Reserved1), nullptr);
   EXPECT_EQ(VXp_G_FloatRamp[255], 255.0f);
   // Soft light: A = D(x) - x, B = x(1 - x), entry 4096 zero in all four.
   EXPECT_EQ(VXp_G_SoftLightA_F[0], 0.0f);
@@ -107,7 +107,7 @@ TEST_F(Lifecycle, OutOfMemoryAtStartUpStopsTheLaterSteps) {
     vxtest::FailAllocationsScope failing(0);
     EXPECT_EQ(VX_Birth(), 4);
   }
-  EXPECT_EQ(VXp_G_OverFuncs[VX_Slot_Iterate], nullptr) << "the table is filled after the failed step";
+  EXPECT_EQ(VXp_GetSlot<VX_Slot_Iterate>(), nullptr) << "the table is filled after the failed step";
   VX_Death();
   ASSERT_EQ(VX_Birth(), 0);
   EXPECT_EQ(VX_Death(), 0);
@@ -122,13 +122,14 @@ TEST_F(Lifecycle, ObsoleteAndOverride) {
   EXPECT_EQ(reports[0].text, "Obsolete routine");
   EXPECT_EQ(reports[0].site, 0x25002F);
 
-  void* const before = VXp_G_OverFuncs[117];
-  EXPECT_EQ(VX_SetOverrideFunc(0, reinterpret_cast<void*>(&VX_Birth)), 3);
-  EXPECT_EQ(VX_SetOverrideFunc(118, reinterpret_cast<void*>(&VX_Birth)), 3);
+  constexpr int32_t last = VX_kOverFuncCount - 1;
+  void* const before = VXp_G_OverFuncs[last];
+  EXPECT_EQ(VX_SetOverrideFunc(VX_Slot_Reserved0, reinterpret_cast<void*>(&VX_Birth)), 3);
+  EXPECT_EQ(VX_SetOverrideFunc(VX_kOverFuncCount, reinterpret_cast<void*>(&VX_Birth)), 3);
   EXPECT_EQ(VX_SetOverrideFunc(-1, reinterpret_cast<void*>(&VX_Birth)), 3);
-  EXPECT_EQ(VX_SetOverrideFunc(117, reinterpret_cast<void*>(&VX_Birth)), 0);
-  EXPECT_EQ(VXp_G_OverFuncs[117], reinterpret_cast<void*>(&VX_Birth));
-  EXPECT_EQ(VX_SetOverrideFunc(117, before), 0);
+  EXPECT_EQ(VX_SetOverrideFunc(last, reinterpret_cast<void*>(&VX_Birth)), 0);
+  EXPECT_EQ(VXp_G_OverFuncs[last], reinterpret_cast<void*>(&VX_Birth));
+  EXPECT_EQ(VX_SetOverrideFunc(last, before), 0);
   EXPECT_EQ(VX_Death(), 0);
 }
 

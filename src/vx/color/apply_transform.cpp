@@ -12,20 +12,12 @@ namespace {
 constexpr const char* kUnknownDepth = "Unknown world bitdepth in##CONDITIONNAME";
 
 // Calls body(Channel{}) for the channel type of a depth; an unknown depth is
-// reported at `site` and `line` and throws 3.
+// reported at `line` and throws 3.
 template <class Body>
-void ByChannel(int32_t depth, int32_t site, int32_t line, Body&& body) {
-  switch (depth) {
-    case 8:
-      return body(uint8_t{});
-    case 16:
-      return body(uint16_t{});
-    case 32:
-      return body(float{});
-    default:
-      KU_ReportFailedVerification(site, line, 0, kUnknownDepth);
-      throw VX_Err{VX_Err_BadParam};
-  }
+void ByChannel(int32_t depth, int32_t line, Body&& body) {
+  VXp_ThrowIf(VXp_DispatchDepth(depth, {kUnknownDepth, line}, [&](auto pixel) {
+    body(typename VX_PixelTraits<decltype(pixel)>::Channel{});
+  }));
 }
 
 char* RowOf(const VX_World* w, int32_t y) {
@@ -71,14 +63,14 @@ void VX_ORXApplyTransform(ORXTransform* transform, const VX_World* source, VX_Wo
     char* s = RowOf(source, r);
     char* d = RowOf(destination, r);
     if (keep_alpha)
-      ByChannel(source_depth, VXp_kSiteCatchAll, 177, [&](auto c) {
+      ByChannel(source_depth, 177, [&](auto c) {
         typedef decltype(c) Channel;
         VX_Deinterleave1(reinterpret_cast<const Channel*>(s), reinterpret_cast<Channel*>(plane.data()), width, 0);
       });
     VXp_ORXCall(&VXp_ORXProcs::apply, transform, static_cast<const void*>(s), static_cast<void*>(d), width,
                 source_format, destination_format, &options);
     if (keep_alpha)
-      ByChannel(destination_depth, VXp_kSiteCatchAll, 203, [&](auto c) {
+      ByChannel(destination_depth, 203, [&](auto c) {
         typedef decltype(c) Channel;
         VX_Interleave1to4(reinterpret_cast<const Channel*>(plane.data()), reinterpret_cast<Channel*>(d), width, 0);
       });

@@ -75,20 +75,6 @@ void ConvertRows(const VX_LinearBlendingTables* tables, const VX_World* source, 
   }
 }
 
-template <class S>
-void ConvertFrom(const VX_LinearBlendingTables* tables, const VX_World* source, VX_World* destination) {
-  switch (destination->Depth()) {
-    case 8:
-      return ConvertRows<S, VX_Pixel8>(tables, source, destination);
-    case 16:
-      return ConvertRows<S, VX_Pixel16>(tables, source, destination);
-    case 32:
-      return ConvertRows<S, VX_PixelFloat>(tables, source, destination);
-    default:
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, 195, 0, kUnknownDepth);
-  }
-}
-
 }  // namespace
 
 void VX_DepthConvertWorld(const VX_LinearBlendingTables* tables, const VX_World* source, VX_World* destination) {
@@ -97,14 +83,7 @@ void VX_DepthConvertWorld(const VX_LinearBlendingTables* tables, const VX_World*
     return;
   }
   if (source->width != destination->width || source->height != destination->height) return;
-  switch (source->Depth()) {
-    case 8:
-      return ConvertFrom<VX_Pixel8>(tables, source, destination);
-    case 16:
-      return ConvertFrom<VX_Pixel16>(tables, source, destination);
-    case 32:
-      return ConvertFrom<VX_PixelFloat>(tables, source, destination);
-    default:
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, 226, 0, kUnknownDepth);
-  }
+  // Either side unknown: reported, and the destination stays as it was.
+  VXp_DispatchDepths(source->Depth(), {kUnknownDepth, 226}, destination->Depth(), {kUnknownDepth, 195},
+                     [&](auto s, auto d) { ConvertRows<decltype(s), decltype(d)>(tables, source, destination); });
 }

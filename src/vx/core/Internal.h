@@ -1,20 +1,17 @@
 // Private frame of the package: the guard, reporting helpers, message
-// indexes, the noise cursor and depth dispatch.
+// indexes, the noise cursor and the CPU record.
 #pragma once
 
 #include <exception>
 #include <type_traits>
 #include <utility>
 
+#include "core/DepthDispatch.h"
 #include "vx/Globals.h"
 #include "vx/OverFuncs.h"
 #include "vx/PixelTraits.h"
 #include "vx/Types.h"
 #include "vxhost/KU.h"
-
-// Sites: 0x250000 plus a small number; 0x2503E7 is the catch-all.
-constexpr int32_t VXp_Site(int32_t n) { return 0x250000 | n; }
-constexpr int32_t VXp_kSiteCatchAll = 0x2503E7;
 
 // Indexes of the message table VX_G_zref.
 enum VXp_Message : int32_t {
@@ -88,24 +85,6 @@ inline void VXp_CheckProgress64(const VX_ProgressInfo* progress, int32_t row, in
   else if (progress->abort)
     err = progress->abort(progress->refcon);
   VXp_ThrowIf(err);
-}
-
-// Dispatch by depth: calls body(VX_Pixel8{}), body(VX_Pixel16{}) or
-// body(VX_PixelFloat{}). An unknown depth reports `unknown_text` at the
-// catch-all site and gives 3.
-template <class Body>
-VX_Err VXp_DispatchDepth(int32_t depth, int32_t line, const char* unknown_text, Body&& body) {
-  switch (depth) {
-    case 8:
-      return body(VX_Pixel8{});
-    case 16:
-      return body(VX_Pixel16{});
-    case 32:
-      return body(VX_PixelFloat{});
-    default:
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, line, 0, unknown_text);
-      return VX_Err_BadParam;
-  }
 }
 
 // The noise cursor over RNG_GetPrimeSizedTable: each value taken moves it one

@@ -1,4 +1,5 @@
-// The installers of VXp_G_OverFuncs, one for each operation family.
+// The installers of VXp_G_OverFuncs, one for each operation family. Each
+// writes through the typed VXp_Install and VXp_InstallIn (vx/OverFuncs.h).
 #pragma once
 
 void VXp_InstallIterateSlots();

@@ -9,8 +9,6 @@
 
 namespace {
 
-void* Slot(int32_t index) { return VXp_G_OverFuncs[index]; }
-
 // The colour-space entries of the block, in their order.
 VX_RoutineAddress VX_CallbackBlock::* const kColorEntries[VXp_kColorStemCount] = {
     &VX_CallbackBlock::rgb_to_hls, &VX_CallbackBlock::hls_to_rgb, &VX_CallbackBlock::rgb_to_yiq,
@@ -22,18 +20,19 @@ void ApplyQuality(int32_t quality, int32_t flags, VX_CallbackBlock* b) {
   const bool draft = quality == 0;
   const bool straight = (flags & VX_CallbackFlag_Straight) != 0;
   if (draft) {
-    b->sample = b->area_sample = Slot(VX_Slot_NNSample);
+    b->sample = b->area_sample = VXp_SlotAddress(VX_Slot_NNSample);
     b->composite_rect =
-        Slot(straight ? VX_Slot_CompositeRectDraft_Straight : VX_Slot_CompositeRectDraft_Premul);
-    b->copy = Slot(VX_Slot_CopyBits_Draft);
-    b->sample16 = b->area_sample16 = Slot(VX_Slot_NNSample16);
+        VXp_SlotAddress(straight ? VX_Slot_CompositeRectDraft_Straight : VX_Slot_CompositeRectDraft_Premul);
+    b->copy = VXp_SlotAddress(VX_Slot_CopyBits_Draft);
+    b->sample16 = b->area_sample16 = VXp_SlotAddress(VX_Slot_NNSample16);
   } else {
-    b->sample = Slot(straight ? VX_Slot_SubpixelSample_Straight : VX_Slot_SubpixelSample_Premul);
-    b->area_sample = Slot(straight ? VX_Slot_AreaSample_Straight : VX_Slot_AreaSample_Premul);
-    b->composite_rect = Slot(straight ? VX_Slot_CompositeRectBest_Straight : VX_Slot_CompositeRectBest_Premul);
-    b->copy = Slot(straight ? VX_Slot_CopyBits_HQ_Straight : VX_Slot_CopyBits_HQ_Premul);
-    b->sample16 = Slot(VX_Slot_SubpixelSample_Straight16);
-    b->area_sample16 = Slot(VX_Slot_AreaSample16);
+    b->sample = VXp_SlotAddress(straight ? VX_Slot_SubpixelSample_Straight : VX_Slot_SubpixelSample_Premul);
+    b->area_sample = VXp_SlotAddress(straight ? VX_Slot_AreaSample_Straight : VX_Slot_AreaSample_Premul);
+    b->composite_rect =
+        VXp_SlotAddress(straight ? VX_Slot_CompositeRectBest_Straight : VX_Slot_CompositeRectBest_Premul);
+    b->copy = VXp_SlotAddress(straight ? VX_Slot_CopyBits_HQ_Straight : VX_Slot_CopyBits_HQ_Premul);
+    b->sample16 = VXp_SlotAddress(VX_Slot_SubpixelSample_Straight16);
+    b->area_sample16 = VXp_SlotAddress(VX_Slot_AreaSample16);
   }
   b->blend = VXp_GetNamedRoutine(straight ? VXp_Named_Blend_Straight : VXp_Named_Blend_Premul);
   const VXp_ColorForm form = straight ? VXp_Color_Straight : VXp_Color_Premul;
@@ -43,19 +42,19 @@ void ApplyQuality(int32_t quality, int32_t flags, VX_CallbackBlock* b) {
 
 // The entries that are the same for every quality.
 void FillFixedEntries(VX_CallbackBlock* b) {
-  b->reserved_slot0 = Slot(0);
-  b->reserved_slot1 = Slot(1);
+  b->reserved_slot0 = VXp_SlotAddress(VX_Slot_Reserved0);
+  b->reserved_slot1 = VXp_SlotAddress(VX_Slot_Reserved1);
   b->batch_sample = VX_BatchSampleStub;
-  b->convolve = Slot(VX_Slot_Convolve);
+  b->convolve = VXp_SlotAddress(VX_Slot_Convolve);
   b->fill = VX_Fill;
   b->gaussian_kernel = VXp_GetNamedRoutine(VXp_Named_GaussianKernel);
-  VXp_Assign(b->iterate, Slot(VX_Slot_Iterate));
+  b->iterate = VXp_GetSlot<VX_Slot_Iterate>();
   b->premul = VX_Premul;
   b->premul_color = VX_PremulColor;
   b->new_world = VX_NewWorldForPlugin;
   b->dispose_world = VX_DisposeEffectWorld;
-  VXp_Assign(b->iterate_origin, Slot(VX_Slot_IterateOrigin));
-  VXp_Assign(b->iterate_lut, Slot(VX_Slot_IterateLUT));
+  b->iterate_origin = VXp_GetSlot<VX_Slot_IterateOrigin>();
+  b->iterate_lut = VXp_GetSlot<VX_Slot_IterateLUT>();
   b->transfer_rect = VX_TransferRectForPlugin;
   b->transform_world = VX_TransformWorldForPlugin;
   b->new_handle = VX_NewHandle;
@@ -67,15 +66,15 @@ void FillFixedEntries(VX_CallbackBlock* b) {
   VXp_FillANSICallbacks(&b->ansi);
   b->get_platform_data = VX_GetPlatformData;
   b->handle_size = VX_HandleSize;
-  VXp_Assign(b->iterate_origin_unclipped, Slot(VX_Slot_IterateOriginUnclipped));
-  VXp_Assign(b->iterate_generic, Slot(VX_Slot_IterateGeneric));
+  b->iterate_origin_unclipped = VXp_GetSlot<VX_Slot_IterateOriginUnclipped>();
+  b->iterate_generic = VXp_GetSlot<VX_Slot_IterateGeneric>();
   b->resize_handle = VX_ResizeHandle;
   b->fill16 = VX_Fill16;
   b->premul_color16 = VX_PremulColor16;
   // One body serves every depth.
-  VXp_Assign(b->iterate16, Slot(VX_Slot_Iterate));
-  VXp_Assign(b->iterate_origin16, Slot(VX_Slot_IterateOrigin));
-  VXp_Assign(b->iterate_origin_unclipped16, Slot(VX_Slot_IterateOriginUnclipped));
+  VXp_Assign(b->iterate16, VXp_SlotAddress(VX_Slot_Iterate));
+  VXp_Assign(b->iterate_origin16, VXp_SlotAddress(VX_Slot_IterateOrigin));
+  VXp_Assign(b->iterate_origin_unclipped16, VXp_SlotAddress(VX_Slot_IterateOriginUnclipped));
   b->get_pixel_data8 = VX_GetPixelData8;
   b->get_pixel_data16 = VX_GetPixelData16;
 }

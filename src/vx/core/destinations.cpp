@@ -3,9 +3,9 @@
 #include "vx/Callbacks.h"
 
 VX_Err VX_OpenDestination(void* a, void* b, void* record[4]) {
-  return VXp_Slot<VX_OpenDestinationProc>(VX_Slot_OpenDestination)(a, b, record);
+  return VXp_GetSlot<VX_Slot_OpenDestination>()(a, b, record);
 }
 
 VX_Err VX_CloseDestination(void* record[4]) {
-  return VXp_Slot<VX_CloseDestinationProc>(VX_Slot_CloseDestination)(record);
+  return VXp_GetSlot<VX_Slot_CloseDestination>()(record);
 }

@@ -6,29 +6,20 @@
 #include "vx/World.h"
 
 uint32_t VXp_DepthFlagsFor(int32_t depth) {
-  switch (depth) {
-    case 8:
-      return VX_DepthFlags_8;
-    case 16:
-      return VX_DepthFlags_16;
-    case 32:
-      return VX_DepthFlags_Float;
-    default:
-      return 0xFFFFFFFF;
-  }
+  uint32_t flags = 0xFFFFFFFF;
+  VXp_DispatchDepth(depth, VXp_kQuietDepth,
+                    [&](auto pixel) { flags = VX_PixelTraits<decltype(pixel)>::kDepthFlags; });
+  return flags;
 }
 
 int32_t VXp_DepthOfFlags(uint32_t depth_flags) {
-  switch (depth_flags >> 24) {
-    case 0:
-      return 8;
-    case 1:
-      return 16;
-    case 2:
-      return 32;
-    default:
-      return 0;
-  }
+  // The format code in the top byte names the depth; bit 0 only repeats it.
+  int32_t depth = 0;
+  VXp_ForEachPixelType([&](auto pixel) {
+    typedef VX_PixelTraits<decltype(pixel)> Traits;
+    if (depth_flags >> 24 == Traits::kDepthFlags >> 24) depth = Traits::kDepth;
+  });
+  return depth;
 }
 
 int16_t VXp_WorldDepth(const VX_LayerDef* world) {
@@ -49,11 +40,12 @@ VX_Err VX_NewEffectWorld(void*, int32_t width, int32_t height, int32_t depth, bo
     if (depth != 8 && depth != 16 && depth != 32) throw VX_Err(VX_Err_BadParam);
     VX_World* object = VX_World::New(width, height, static_cast<int16_t>(depth), flags);
     if (!object) return VX_Err_OutOfMemory;
-    const uint32_t depth_flags = VXp_DepthFlagsFor(object->Depth());
-    if (depth_flags == 0xFFFFFFFF) {
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, 159, 0, "Unknown pixel format");
+    uint32_t depth_flags = 0;
+    if (VX_Err err = VXp_DispatchDepth(object->Depth(), {"Unknown pixel format", 159}, [&](auto pixel) {
+          depth_flags = VX_PixelTraits<decltype(pixel)>::kDepthFlags;
+        })) {
       delete object;
-      throw VX_Err(VX_Err_BadParam);
+      throw err;
     }
     *world = VX_LayerDef{};
     world->data = object->data;
@@ -146,18 +138,6 @@ VX_Err VXp_GetPixelFormat(const VX_LayerDef* world, VX_PixelFormat* format_out) 
     KU_ReportFailedVerification(VXp_kSiteCatchAll, 328, 0, "Bad parameter to VXp_GetPixelFormat()");
     return VX_Err_BadParam;
   }
-  switch (VXp_WorldDepth(world)) {
-    case 8:
-      *format_out = VX_PixelFormat_ARGB32;
-      return VX_Err_None;
-    case 16:
-      *format_out = VX_PixelFormat_ARGB64;
-      return VX_Err_None;
-    case 32:
-      *format_out = VX_PixelFormat_ARGB128;
-      return VX_Err_None;
-    default:
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, 346, 0, "Unsupported pixel depth in VXp_GetPixelFormat()");
-      return VX_Err_BadParam;
-  }
+  return VXp_DispatchDepth(world, {"Unsupported pixel depth in VXp_GetPixelFormat()", 346},
+                           [&](auto pixel) { *format_out = VX_PixelTraits<decltype(pixel)>::kFormat; });
 }

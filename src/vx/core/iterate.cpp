@@ -87,7 +87,7 @@ VX_Err VX_Iterate_Static(VX_IterateHost* host, int32_t progress_start, int32_t p
                          const GEO_LRect* area, void* refcon, VX_IterateFunc func, VX_LayerDef* dst) {
   if ((src && !src->data) || !dst || !dst->data || !func) return VXp_BadParameter(14);
   const bool mismatch = DepthsDiffer(src, dst);
-  return VXp_DispatchDepth(VXp_WorldDepth(dst), __LINE__, "Unknown world bitdepth in VX_Iterate",
+  return VXp_DispatchDepth(dst, {"Unknown world bitdepth in VX_Iterate", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              typedef decltype(pixel) Pixel;
                              if (mismatch) return VX_Err_BadParam;
@@ -101,7 +101,7 @@ VX_Err VX_Iterate_Static(VX_IterateHost* host, int32_t progress_start, int32_t p
 
 VX_Err VX_Iterate(VX_IterateHost* host, int32_t progress_start, int32_t progress_total, VX_LayerDef* src,
                   const GEO_LRect* area, void* refcon, VX_IterateFunc func, VX_LayerDef* dst) {
-  return VXp_Slot<VX_IterateProc>(VX_Slot_Iterate)(host, progress_start, progress_total, src, area, refcon, func,
+  return VXp_GetSlot<VX_Slot_Iterate>()(host, progress_start, progress_total, src, area, refcon, func,
                                                     dst);
 }
 
@@ -145,7 +145,7 @@ VX_Err VX_IterateLUT_Static(VX_IterateHost* host, int32_t progress_start, int32_
 VX_Err VX_IterateLUT(VX_IterateHost* host, int32_t progress_start, int32_t progress_total, VX_LayerDef* src,
                      const GEO_LRect* area, const uint8_t* a_lut, const uint8_t* r_lut, const uint8_t* g_lut,
                      const uint8_t* b_lut, VX_LayerDef* dst) {
-  return VXp_Slot<VX_IterateLUTProc>(VX_Slot_IterateLUT)(host, progress_start, progress_total, src, area, a_lut,
+  return VXp_GetSlot<VX_Slot_IterateLUT>()(host, progress_start, progress_total, src, area, a_lut,
                                                           r_lut, g_lut, b_lut, dst);
 }
 
@@ -159,5 +159,5 @@ VX_Err VX_IterateGeneric_Static(int32_t iterations, void* refcon, VX_IterateGene
 }
 
 VX_Err VX_IterateGeneric(int32_t iterations, void* refcon, VX_IterateGenericFunc func) {
-  return VXp_Slot<VX_IterateGenericProc>(VX_Slot_IterateGeneric)(iterations, refcon, func);
+  return VXp_GetSlot<VX_Slot_IterateGeneric>()(iterations, refcon, func);
 }

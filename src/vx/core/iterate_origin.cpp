@@ -85,7 +85,7 @@ VX_Err IterateOrigin(bool clip, VX_IterateHost* host, int32_t progress_start, in
                                 "VX_Iterate requires source and dst worlds to be same depth");
     mismatch = true;
   }
-  return VXp_DispatchDepth(VXp_WorldDepth(dst), __LINE__, "Unknown world bitdepth in VX_IterateOrigin",
+  return VXp_DispatchDepth(dst, {"Unknown world bitdepth in VX_IterateOrigin", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              typedef decltype(pixel) Pixel;
                              if (mismatch) return VX_Err_BadParam;
@@ -130,13 +130,13 @@ VX_Err VX_IterateOriginUnclipped_Static(VX_IterateHost* host, int32_t progress_s
 VX_Err VX_IterateOrigin(VX_IterateHost* host, int32_t progress_start, int32_t progress_total, VX_LayerDef* src,
                         const GEO_LRect* area, const GEO_LPoint* origin, void* refcon, VX_IterateFunc func,
                         VX_LayerDef* dst) {
-  return VXp_Slot<VX_IterateOriginProc>(VX_Slot_IterateOrigin)(host, progress_start, progress_total, src, area,
+  return VXp_GetSlot<VX_Slot_IterateOrigin>()(host, progress_start, progress_total, src, area,
                                                                 origin, refcon, func, dst);
 }
 
 VX_Err VX_IterateOriginUnclipped(VX_IterateHost* host, int32_t progress_start, int32_t progress_total,
                                  VX_LayerDef* src, const GEO_LRect* area, const GEO_LPoint* origin, void* refcon,
                                  VX_IterateFunc func, VX_LayerDef* dst) {
-  return VXp_Slot<VX_IterateOriginProc>(VX_Slot_IterateOriginUnclipped)(host, progress_start, progress_total, src,
+  return VXp_GetSlot<VX_Slot_IterateOriginUnclipped>()(host, progress_start, progress_total, src,
                                                                          area, origin, refcon, func, dst);
 }

@@ -24,11 +24,11 @@ VX_Err CloseDestination(void* record[4]) {
 }  // namespace
 
 void VXp_InstallIterateSlots() {
-  VXp_G_OverFuncs[VX_Slot_Iterate] = reinterpret_cast<void*>(&VX_Iterate_Static);
-  VXp_G_OverFuncs[VX_Slot_IterateOrigin] = reinterpret_cast<void*>(&VX_IterateOrigin_Static);
-  VXp_G_OverFuncs[VX_Slot_IterateLUT] = reinterpret_cast<void*>(&VX_IterateLUT_Static);
-  VXp_G_OverFuncs[VX_Slot_IterateOriginUnclipped] = reinterpret_cast<void*>(&VX_IterateOriginUnclipped_Static);
-  VXp_G_OverFuncs[VX_Slot_IterateGeneric] = reinterpret_cast<void*>(&VX_IterateGeneric_Static);
-  VXp_G_OverFuncs[VX_Slot_OpenDestination] = reinterpret_cast<void*>(&OpenDestination);
-  VXp_G_OverFuncs[VX_Slot_CloseDestination] = reinterpret_cast<void*>(&CloseDestination);
+  VXp_Install<VX_Slot_Iterate>(&VX_Iterate_Static);
+  VXp_Install<VX_Slot_IterateOrigin>(&VX_IterateOrigin_Static);
+  VXp_Install<VX_Slot_IterateLUT>(&VX_IterateLUT_Static);
+  VXp_Install<VX_Slot_IterateOriginUnclipped>(&VX_IterateOriginUnclipped_Static);
+  VXp_Install<VX_Slot_IterateGeneric>(&VX_IterateGeneric_Static);
+  VXp_Install<VX_Slot_OpenDestination>(&OpenDestination);
+  VXp_Install<VX_Slot_CloseDestination>(&CloseDestination);
 }

@@ -55,3 +55,10 @@ VX_Err VXp_BadParameter(int32_t number) {
   VXp_ReportMessage(VXp_Site(number), VXp_Msg_BadCallbackParameter);
   return VX_Err_BadParam;
 }
+
+VX_Err VXp_ReportUnknownDepth(const VXp_UnknownDepth& unknown) {
+  if (!unknown.text) return VX_Err_BadParam;
+  if (unknown.to_user) return KUp_ReportErrString(unknown.site, 8, unknown.text);
+  KU_ReportFailedVerification(unknown.site, unknown.line, 0, unknown.text);
+  return VX_Err_BadParam;
+}

@@ -13,19 +13,13 @@ VX_Err VX_NewWorldForPlugin(void* caller_ref, int32_t width, int32_t height, int
 VX_Err VX_NewWorldByFormat(void* caller_ref, int32_t width, int32_t height, bool clear, VX_PixelFormat format,
                            VX_LayerDef* world) {
   int32_t depth = 0;
-  switch (format) {
-    case VX_PixelFormat_ARGB32:
-      depth = 8;
-      break;
-    case VX_PixelFormat_ARGB64:
-      depth = 16;
-      break;
-    case VX_PixelFormat_ARGB128:
-      depth = 32;
-      break;
-    default:
-      KU_ReportFailedVerification(VXp_kSiteCatchAll, __LINE__, 0, "Unsupported VX_PixelFormat");
-      return VX_Err_BadParam;
+  VXp_ForEachPixelType([&](auto pixel) {
+    typedef VX_PixelTraits<decltype(pixel)> Traits;
+    if (format == Traits::kFormat) depth = Traits::kDepth;
+  });
+  if (!depth) {
+    KU_ReportFailedVerification(VXp_kSiteCatchAll, __LINE__, 0, "Unsupported VX_PixelFormat");
+    return VX_Err_BadParam;
   }
   return VX_NewEffectWorld(caller_ref, width, height, depth, clear, false, world);
 }

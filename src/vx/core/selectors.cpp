@@ -18,7 +18,7 @@ struct Selector {
 };
 
 constexpr Selector Block(size_t offset) { return {Source::Block, offset}; }
-constexpr Selector Slot(int32_t slot) { return {Source::Slot, static_cast<size_t>(slot)}; }
+constexpr Selector Slot(VX_OverSlot slot) { return {Source::Slot, static_cast<size_t>(slot)}; }
 constexpr Selector Named(VXp_NamedRoutine name) { return {Source::Named, static_cast<size_t>(name)}; }
 constexpr Selector kNone{Source::None, 0};
 
@@ -90,12 +90,11 @@ void* Resolve(const Selector& s, int32_t quality, int32_t flags) {
       return address;
     }
     case Source::Slot:
-      return VXp_G_OverFuncs[s.where];
+      return VXp_SlotAddress(static_cast<VX_OverSlot>(s.where));
     case Source::Named:
       return VXp_GetNamedRoutine(static_cast<VXp_NamedRoutine>(s.where));
     case Source::FastBlur:
-      return VXp_G_OverFuncs[(flags & VX_CallbackFlag_Straight) ? VX_Slot_FastBlur_Straight
-                                                                 : VX_Slot_FastBlur_Premul];
+      return VXp_SlotAddress((flags & VX_CallbackFlag_Straight) ? VX_Slot_FastBlur_Straight : VX_Slot_FastBlur_Premul);
     case Source::None:
       break;
   }

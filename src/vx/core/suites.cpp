@@ -17,8 +17,6 @@ VX_Err CPUFlag(uint8_t* out) {
   return VX_Err_None;
 }
 
-void* Slot(int32_t index) { return VXp_G_OverFuncs[index]; }
-
 VX_ColorSuite1 ColorSuite(VXp_ColorForm form) {
   VX_ColorSuite1 s{};
   VX_RoutineAddress* entries[VXp_kColorStemCount] = {&s.rgb_to_hls, &s.hls_to_rgb, &s.rgb_to_yiq, &s.yiq_to_rgb,
@@ -40,10 +38,12 @@ struct SuiteTables {
   VX_ColorSuite1 color16 = ColorSuite(VXp_Color_Straight16);
   VX_ColorSuite1 color_float = ColorSuite(VXp_Color_StraightFloat);
   VX_BatchSamplingSuite1 batch{{VX_BatchSampleStub, VX_BatchSampleStub, VX_BatchSampleStub, VX_BatchSampleStub}};
-  VX_SamplingSuite1 sampling8 =
-      SamplingSuite(Slot(VX_Slot_NNSample), Slot(VX_Slot_SubpixelSample_Straight), Slot(VX_Slot_AreaSample_Straight));
-  VX_SamplingSuite1 sampling16 = SamplingSuite(Slot(VX_Slot_NNSample16), Slot(VX_Slot_SubpixelSample_Straight16),
-                                               Slot(VX_Slot_AreaSample16));
+  VX_SamplingSuite1 sampling8 = SamplingSuite(VXp_SlotAddress(VX_Slot_NNSample),
+                                              VXp_SlotAddress(VX_Slot_SubpixelSample_Straight),
+                                              VXp_SlotAddress(VX_Slot_AreaSample_Straight));
+  VX_SamplingSuite1 sampling16 = SamplingSuite(VXp_SlotAddress(VX_Slot_NNSample16),
+                                               VXp_SlotAddress(VX_Slot_SubpixelSample_Straight16),
+                                               VXp_SlotAddress(VX_Slot_AreaSample16));
   VX_SamplingSuite1 sampling_float =
       SamplingSuite(VXp_GetNamedRoutine(VXp_Named_NNSampleFloat), VXp_GetNamedRoutine(VXp_Named_SubpixelCPlusPlusFloat),
                     VXp_GetNamedRoutine(VXp_Named_AreaSampleCPlusPlusFloat));
@@ -51,11 +51,13 @@ struct SuiteTables {
   VX_Iterate8Suite1 iterate8{};
   VX_Iterate16Suite1 iterate16{};
   VX_IterateFloatSuite1 iterate_float{};
-  VX_WorldTransformSuite1 world_transform{
-      Slot(VX_Slot_CompositeRectBest_Straight), VXp_GetNamedRoutine(VXp_Named_Blend_Straight),
-      Slot(VX_Slot_Convolve),                   Slot(VX_Slot_CopyBits_Draft),
-      Slot(VX_Slot_CopyBits_HQ_Straight),       VX_TransferRectForPlugin,
-      VX_TransformWorldForPlugin};
+  VX_WorldTransformSuite1 world_transform{VXp_SlotAddress(VX_Slot_CompositeRectBest_Straight),
+                                          VXp_GetNamedRoutine(VXp_Named_Blend_Straight),
+                                          VXp_SlotAddress(VX_Slot_Convolve),
+                                          VXp_SlotAddress(VX_Slot_CopyBits_Draft),
+                                          VXp_SlotAddress(VX_Slot_CopyBits_HQ_Straight),
+                                          VX_TransferRectForPlugin,
+                                          VX_TransformWorldForPlugin};
   VX_FillMatteSuite2 fill_matte{VX_Fill,         VX_Fill16,      VX_FillFloat,       VX_Premul,
                                 VX_PremulColor,  VX_PremulColor16, VX_PremulColorFloat};
   VX_PixelDataSuite1 pixel_data{VX_GetPixelData8, VX_GetPixelData16, VX_GetPixelDataFloat};
@@ -63,17 +65,17 @@ struct SuiteTables {
 
   SuiteTables() {
     VXp_FillANSICallbacks(&ansi);
-    VXp_Assign(iterate8.iterate, Slot(VX_Slot_Iterate));
-    VXp_Assign(iterate8.iterate_origin, Slot(VX_Slot_IterateOrigin));
-    VXp_Assign(iterate8.iterate_lut, Slot(VX_Slot_IterateLUT));
-    VXp_Assign(iterate8.iterate_origin_unclipped, Slot(VX_Slot_IterateOriginUnclipped));
-    VXp_Assign(iterate8.iterate_generic, Slot(VX_Slot_IterateGeneric));
-    VXp_Assign(iterate16.iterate, Slot(VX_Slot_Iterate));
-    VXp_Assign(iterate16.iterate_origin, Slot(VX_Slot_IterateOrigin));
-    VXp_Assign(iterate16.iterate_origin_unclipped, Slot(VX_Slot_IterateOriginUnclipped));
-    VXp_Assign(iterate_float.iterate, Slot(VX_Slot_Iterate));
-    VXp_Assign(iterate_float.iterate_origin, Slot(VX_Slot_IterateOrigin));
-    VXp_Assign(iterate_float.iterate_origin_unclipped, Slot(VX_Slot_IterateOriginUnclipped));
+    iterate8.iterate = VXp_GetSlot<VX_Slot_Iterate>();
+    iterate8.iterate_origin = VXp_GetSlot<VX_Slot_IterateOrigin>();
+    iterate8.iterate_lut = VXp_GetSlot<VX_Slot_IterateLUT>();
+    iterate8.iterate_origin_unclipped = VXp_GetSlot<VX_Slot_IterateOriginUnclipped>();
+    iterate8.iterate_generic = VXp_GetSlot<VX_Slot_IterateGeneric>();
+    VXp_Assign(iterate16.iterate, VXp_SlotAddress(VX_Slot_Iterate));
+    VXp_Assign(iterate16.iterate_origin, VXp_SlotAddress(VX_Slot_IterateOrigin));
+    VXp_Assign(iterate16.iterate_origin_unclipped, VXp_SlotAddress(VX_Slot_IterateOriginUnclipped));
+    VXp_Assign(iterate_float.iterate, VXp_SlotAddress(VX_Slot_Iterate));
+    VXp_Assign(iterate_float.iterate_origin, VXp_SlotAddress(VX_Slot_IterateOrigin));
+    VXp_Assign(iterate_float.iterate_origin_unclipped, VXp_SlotAddress(VX_Slot_IterateOriginUnclipped));
   }
 };
 

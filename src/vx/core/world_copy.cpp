@@ -81,26 +81,16 @@ void CopyRows(VX_WorldX<Dst>& dst, const VX_World* src_world, const CopyPlan& pl
   }
 }
 
-// Dispatches on the source depth; false for an unknown one.
+// Dispatches on the source depth; an unknown one is told to the user with
+// `unknown_text`, and what that report gives is thrown.
 template <class Dst, class RowWanted>
-bool CopyFromAnyDepth(VX_WorldX<Dst>& dst, const VX_World* src, const CopyPlan& plan, bool dither,
-                      const VX_ProgressInfo* progress, RowWanted row_wanted) {
-  switch (src->Depth()) {
-    case 8:
-      CopyRows<Dst, VX_Pixel8>(dst, src, plan, dither, progress, row_wanted);
-      return true;
-    case 16:
-      CopyRows<Dst, VX_Pixel16>(dst, src, plan, dither, progress, row_wanted);
-      return true;
-    case 32:
-      CopyRows<Dst, VX_PixelFloat>(dst, src, plan, dither, progress, row_wanted);
-      return true;
-    default:
-      return false;
-  }
+void CopyFromAnyDepth(VX_WorldX<Dst>& dst, const VX_World* src, const CopyPlan& plan, bool dither,
+                      const VX_ProgressInfo* progress, RowWanted row_wanted, const char* unknown_text) {
+  const VXp_UnknownDepth unknown{unknown_text, 0, VXp_Site(0x6E), true};
+  VXp_ThrowIf(VXp_DispatchDepth(src->Depth(), unknown, [&](auto pixel) {
+    CopyRows<Dst, decltype(pixel)>(dst, src, plan, dither, progress, row_wanted);
+  }));
 }
-
-void ReportUnknownDepth(const char* text) { VXp_ThrowIf(KUp_ReportErrString(VXp_Site(0x6E), 8, text)); }
 
 }  // namespace
 
@@ -122,8 +112,8 @@ void VX_WorldX<Pixel>::CopyRectPossiblyDifferentBitdepth(const VX_World* src, co
   if (!src) throw VX_Err(VX_Err_BadParam);
   const CopyPlan plan = PlanCopy(*this, *src, rect, x, y);
   if (plan.Empty()) return;
-  if (!CopyFromAnyDepth(*this, src, plan, dither, progress, [](int32_t) { return true; }))
-    ReportUnknownDepth("Unknown bit depth in VX_World::CopyRectPossiblyDifferentBitdepths");
+  CopyFromAnyDepth(*this, src, plan, dither, progress, [](int32_t) { return true; },
+                   "Unknown bit depth in VX_World::CopyRectPossiblyDifferentBitdepths");
 }
 
 template <class Pixel>
@@ -133,8 +123,8 @@ void VX_WorldX<Pixel>::CopyRectPossiblyDifferentBitdepthWithField(const VX_World
   const CopyPlan plan = PlanCopy(*this, *src, rect, 0, 0);
   if (plan.Empty()) return;
   auto row_wanted = [field](int32_t y) { return field == 1 ? (y & 1) == 0 : field == 2 ? (y & 1) == 1 : true; };
-  if (!CopyFromAnyDepth(*this, src, plan, false, nullptr, row_wanted))
-    ReportUnknownDepth("Unknown bit depth in VX_World::CopyRectPossiblyDifferentBitdepthsWithField");
+  CopyFromAnyDepth(*this, src, plan, false, nullptr, row_wanted,
+                   "Unknown bit depth in VX_World::CopyRectPossiblyDifferentBitdepthsWithField");
 }
 
 #define VX_INSTANTIATE(P)                                                                                    \

@@ -7,21 +7,13 @@
 
 namespace {
 
-// Runs make(VX_PixelX{}) for the depth; an unknown depth reports (when a text
-// is given) and throws 3.
+// Runs make(VX_PixelX{}) for the depth; an unknown depth is reported as
+// `unknown` says and throws 3.
 template <class Make>
-VX_World* ByDepth(int32_t depth, const char* unknown_text, Make&& make) {
-  switch (depth) {
-    case 8:
-      return make(VX_Pixel8{});
-    case 16:
-      return make(VX_Pixel16{});
-    case 32:
-      return make(VX_PixelFloat{});
-    default:
-      if (unknown_text) KU_ReportFailedVerification(VXp_kSiteCatchAll, __LINE__, 0, unknown_text);
-      throw VX_Err(VX_Err_BadParam);
-  }
+VX_World* ByDepth(int32_t depth, const VXp_UnknownDepth& unknown, Make&& make) {
+  VX_World* world = nullptr;
+  VXp_ThrowIf(VXp_DispatchDepth(depth, unknown, [&](auto pixel) { world = make(pixel); }));
+  return world;
 }
 
 bool OutsideOf(const GEO_LRect& rect, int32_t width, int32_t height) {
@@ -37,7 +29,7 @@ GEO_LRect CutHint(const GEO_LRect& hint, const GEO_LRect& rect) {
 }  // namespace
 
 VX_World* VX_World::New(int32_t width, int32_t height, int16_t depth, int32_t flags) {
-  return ByDepth(depth, nullptr, [&](auto pixel) -> VX_World* {
+  return ByDepth(depth, VXp_kQuietDepth, [&](auto pixel) -> VX_World* {
     return new VX_WorldX<decltype(pixel)>(width, height, flags);
   });
 }
@@ -53,7 +45,7 @@ VX_World* VX_World::NewMatchingWorld(const VX_World* model, int32_t flags) {
 
 VX_World* VX_World::NewReference(VX_World* parent, const GEO_LRect& rect) {
   if (!parent) throw VX_Err(VX_Err_BadParam);
-  return ByDepth(parent->Depth(), nullptr, [&](auto pixel) -> VX_World* {
+  return ByDepth(parent->Depth(), VXp_kQuietDepth, [&](auto pixel) -> VX_World* {
     typedef VX_WorldX<decltype(pixel)> W;
     return new W(static_cast<W*>(parent), rect);
   });
@@ -65,14 +57,14 @@ VX_World* VX_World::NewReference(VX_World* parent, const GEO_Rect& rect) {
 
 VX_World* VX_World::NewReference(RB_WorldH rb) {
   if (!rb || !*rb) throw VX_Err(VX_Err_BadParam);
-  return ByDepth((*rb)->bits_per_pixel / 4, nullptr, [&](auto pixel) -> VX_World* {
+  return ByDepth((*rb)->bits_per_pixel / 4, VXp_kQuietDepth, [&](auto pixel) -> VX_World* {
     return new VX_WorldX<decltype(pixel)>(rb, nullptr);
   });
 }
 
 VX_World* VX_World::NewReference(RB_WorldH rb, const GEO_Rect& rect) {
   if (!rb || !*rb) throw VX_Err(VX_Err_BadParam);
-  return ByDepth((*rb)->bits_per_pixel / 4, nullptr, [&](auto pixel) -> VX_World* {
+  return ByDepth((*rb)->bits_per_pixel / 4, VXp_kQuietDepth, [&](auto pixel) -> VX_World* {
     return new VX_WorldX<decltype(pixel)>(rb, &rect);
   });
 }
@@ -80,7 +72,7 @@ VX_World* VX_World::NewReference(RB_WorldH rb, const GEO_Rect& rect) {
 VX_World* VX_World::NewReference(VX_LayerDef* world) {
   if (!world) throw VX_Err(VX_Err_BadParam);
   const int32_t depth = world->world_object ? world->world_object->Depth() : VXp_DepthOfFlags(world->depth_flags);
-  return ByDepth(depth, "Unexpected bitdepth in VX_World::NewReference(VX_EffectWorld)",
+  return ByDepth(depth, {"Unexpected bitdepth in VX_World::NewReference(VX_EffectWorld)", __LINE__},
                  [&](auto pixel) -> VX_World* {
                    auto* w = new VX_WorldX<decltype(pixel)>(world->data, world->width, world->height,
                                                             world->row_stride);
@@ -93,7 +85,7 @@ VX_World* VX_World::NewReference(VX_LayerDef* world) {
 }
 
 VX_World* VX_World::NewReference(void* data, int32_t width, int32_t height, int16_t depth, int32_t row_stride) {
-  return ByDepth(depth, "Unexpected bitdepth in VX_World::NewReference()", [&](auto pixel) -> VX_World* {
+  return ByDepth(depth, {"Unexpected bitdepth in VX_World::NewReference()", __LINE__}, [&](auto pixel) -> VX_World* {
     return new VX_WorldX<decltype(pixel)>(data, width, height, row_stride);
   });
 }

@@ -20,7 +20,13 @@ class CallbackTest : public ::testing::Test {
   void TearDown() override { std::memcpy(VXp_G_OverFuncs, saved_, sizeof saved_); }
   // Marks every slot an entry may depend on with its own address.
   void MarkSampleSlots() {
-    for (int32_t s : {2, 3, 4, 5, 6, 7, 8, 9, 10, 23, 24, 25, 26, 27, 28, 63, 64, 65}) VXp_G_OverFuncs[s] = Mark(s);
+    for (VX_OverSlot s :
+         {VX_Slot_NNSample, VX_Slot_SubpixelSample_Straight, VX_Slot_SubpixelSample_Premul, VX_Slot_AreaSample_Straight,
+          VX_Slot_AreaSample_Premul, VX_Slot_CompositeRectDraft_Straight, VX_Slot_CompositeRectDraft_Premul,
+          VX_Slot_CompositeRectBest_Straight, VX_Slot_CompositeRectBest_Premul, VX_Slot_CopyBits_Draft,
+          VX_Slot_CopyBits_HQ_Straight, VX_Slot_CopyBits_HQ_Premul, VX_Slot_FastBlur_Straight, VX_Slot_FastBlur_Premul,
+          VX_Slot_Convolve, VX_Slot_NNSample16, VX_Slot_SubpixelSample_Straight16, VX_Slot_AreaSample16})
+      VXp_G_OverFuncs[s] = Mark(s);
   }
   static void* Selector(int32_t quality, int32_t flags, int32_t selector, VX_Err* err = nullptr) {
     void* address = reinterpret_cast<void*>(1);
@@ -35,13 +41,22 @@ TEST_F(CallbackTest, QualityAndFlagsChooseTheSlots) {
   MarkSampleSlots();
   struct Case {
     int32_t quality, flags;
-    int32_t sample, area, composite, copy, sample16, area16, fast_blur;
+    VX_OverSlot sample, area, composite, copy, sample16, area16, fast_blur;
   };
   const Case cases[] = {
-      {1, 1, 3, 5, 9, 24, 64, 65, 26},  // best, straight
-      {7, 0, 4, 6, 10, 25, 64, 65, 27},  // best, premultiplied
-      {0, 1, 2, 2, 7, 23, 63, 63, 26},  // draft, straight: nearest neighbour
-      {0, 2, 2, 2, 8, 23, 63, 63, 27},  // draft, premultiplied (only bit 0 counts)
+      // best, straight
+      {1, 1, VX_Slot_SubpixelSample_Straight, VX_Slot_AreaSample_Straight, VX_Slot_CompositeRectBest_Straight,
+       VX_Slot_CopyBits_HQ_Straight, VX_Slot_SubpixelSample_Straight16, VX_Slot_AreaSample16,
+       VX_Slot_FastBlur_Straight},
+      // best, premultiplied
+      {7, 0, VX_Slot_SubpixelSample_Premul, VX_Slot_AreaSample_Premul, VX_Slot_CompositeRectBest_Premul,
+       VX_Slot_CopyBits_HQ_Premul, VX_Slot_SubpixelSample_Straight16, VX_Slot_AreaSample16, VX_Slot_FastBlur_Premul},
+      // draft, straight: nearest neighbour
+      {0, 1, VX_Slot_NNSample, VX_Slot_NNSample, VX_Slot_CompositeRectDraft_Straight, VX_Slot_CopyBits_Draft,
+       VX_Slot_NNSample16, VX_Slot_NNSample16, VX_Slot_FastBlur_Straight},
+      // draft, premultiplied (only bit 0 counts)
+      {0, 2, VX_Slot_NNSample, VX_Slot_NNSample, VX_Slot_CompositeRectDraft_Premul, VX_Slot_CopyBits_Draft,
+       VX_Slot_NNSample16, VX_Slot_NNSample16, VX_Slot_FastBlur_Premul},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "quality " << c.quality << " flags " << c.flags);
@@ -53,7 +68,7 @@ TEST_F(CallbackTest, QualityAndFlagsChooseTheSlots) {
     EXPECT_EQ(b.copy, Mark(c.copy));
     EXPECT_EQ(b.sample16, Mark(c.sample16));
     EXPECT_EQ(b.area_sample16, Mark(c.area16));
-    EXPECT_EQ(b.convolve, Mark(28));
+    EXPECT_EQ(b.convolve, Mark(VX_Slot_Convolve));
     // The numbered look-up agrees with the block.
     EXPECT_EQ(Selector(c.quality, c.flags, VX_Sel_Sample), Mark(c.sample));
     EXPECT_EQ(Selector(c.quality, c.flags, VX_Sel_AreaSample), Mark(c.area));
@@ -72,8 +87,8 @@ TEST_F(CallbackTest, SettingTheQualityChangesOnlyItsEntries) {
   b.fill = nullptr;  // stands for anything the call must leave alone
   b.spare[0] = Mark(0);
   ASSERT_EQ(VX_SetCallbackBlockQuality(0, 0, &b), 0);
-  EXPECT_EQ(b.sample, Mark(2));
-  EXPECT_EQ(b.composite_rect, Mark(8));
+  EXPECT_EQ(b.sample, Mark(VX_Slot_NNSample));
+  EXPECT_EQ(b.composite_rect, Mark(VX_Slot_CompositeRectDraft_Premul));
   EXPECT_EQ(b.fill, nullptr);
   EXPECT_EQ(b.spare[0], Mark(0));
   EXPECT_EQ(VX_SetCallbackBlockQuality(0, 0, nullptr), 3);
@@ -145,21 +160,23 @@ TEST_F(CallbackTest, PairedSelectorsGiveTheSameRoutine) {
 }
 
 TEST_F(CallbackTest, BlockAndSelectorsSeeALaterOverride) {
-  ASSERT_EQ(VX_SetOverrideFunc(VX_Slot_Iterate, Mark(42)), 0);
+  ASSERT_EQ(VX_SetOverrideFunc(VX_Slot_Iterate, Mark(VX_Slot_Iterate)), 0);
   VX_CallbackBlock b;
   ASSERT_EQ(VX_GetCallbackBlock(1, 0, &b), 0);
-  EXPECT_EQ(reinterpret_cast<void*>(b.iterate), Mark(42));
-  EXPECT_EQ(Selector(1, 0, VX_Sel_Iterate16), Mark(42));
+  EXPECT_EQ(reinterpret_cast<void*>(b.iterate), Mark(VX_Slot_Iterate));
+  EXPECT_EQ(Selector(1, 0, VX_Sel_Iterate16), Mark(VX_Slot_Iterate));
 }
 
 TEST_F(CallbackTest, OverrideIndexMustBeInRange) {
-  EXPECT_EQ(VX_SetOverrideFunc(0, Mark(0)), 3);
-  EXPECT_EQ(VX_SetOverrideFunc(118, Mark(0)), 3);
+  // Indexes 1 to the last slot; slot 0 stays null.
+  constexpr int32_t last = VX_kOverFuncCount - 1;
+  EXPECT_EQ(VX_SetOverrideFunc(VX_Slot_Reserved0, Mark(0)), 3);
+  EXPECT_EQ(VX_SetOverrideFunc(VX_kOverFuncCount, Mark(0)), 3);
   EXPECT_EQ(VX_SetOverrideFunc(-1, Mark(0)), 3);
-  EXPECT_EQ(VXp_G_OverFuncs[0], nullptr);
-  EXPECT_EQ(VX_SetOverrideFunc(1, Mark(1)), 0);
-  EXPECT_EQ(VX_SetOverrideFunc(117, Mark(117)), 0);
-  EXPECT_EQ(VXp_G_OverFuncs[117], Mark(117));
+  EXPECT_EQ(VXp_SlotAddress(VX_Slot_Reserved0), nullptr);
+  EXPECT_EQ(VX_SetOverrideFunc(VX_Slot_Reserved1, Mark(1)), 0);
+  EXPECT_EQ(VX_SetOverrideFunc(last, Mark(last)), 0);
+  EXPECT_EQ(VXp_G_OverFuncs[last], Mark(last));
 }
 
 // Works a 16-bit world through the block alone.
@@ -201,17 +218,17 @@ namespace {
 
 // Comes alive once the samplers fill their slots.
 TEST(CallbackSamplers, DraftGivesTheNearestNeighbourSampler) {
-  if (!VXp_G_OverFuncs[VX_Slot_NNSample] || !VXp_G_OverFuncs[VX_Slot_SubpixelSample_Straight])
+  if (!VXp_GetSlot<VX_Slot_NNSample>() || !VXp_GetSlot<VX_Slot_SubpixelSample_Straight>())
     GTEST_SKIP() << "the samplers aren't in the table yet";
   VX_CallbackBlock draft, best;
   ASSERT_EQ(VX_GetCallbackBlock(0, 1, &draft), 0);
   ASSERT_EQ(VX_GetCallbackBlock(1, 1, &best), 0);
-  EXPECT_EQ(draft.sample, VXp_G_OverFuncs[VX_Slot_NNSample]);
-  EXPECT_EQ(draft.area_sample, VXp_G_OverFuncs[VX_Slot_NNSample]);
+  EXPECT_EQ(draft.sample, VXp_SlotAddress(VX_Slot_NNSample));
+  EXPECT_EQ(draft.area_sample, VXp_SlotAddress(VX_Slot_NNSample));
   EXPECT_NE(best.sample, draft.sample);
   void* address = nullptr;
   ASSERT_EQ(VX_GetCallbackAddr(nullptr, 0, 0, VX_Sel_AreaSample, &address), 0);
-  EXPECT_EQ(address, VXp_G_OverFuncs[VX_Slot_NNSample]);
+  EXPECT_EQ(address, VXp_SlotAddress(VX_Slot_NNSample));
 }
 
 }  // namespace

@@ -229,7 +229,7 @@ TEST(IterateGeneric, BuiltInFormIsSerial) {
 }
 
 TEST(IterateGeneric, AHostsPoolTakesOverThroughTheTable) {
-  void* const built_in = VXp_G_OverFuncs[VX_Slot_IterateGeneric];
+  void* const built_in = VXp_SlotAddress(VX_Slot_IterateGeneric);
   ASSERT_EQ(HOST_StartWorkers(3), 0);
   ASSERT_EQ(VX_SetOverrideFunc(VX_Slot_IterateGeneric, reinterpret_cast<void*>(&HOST_IterateGeneric)), 0);
   std::vector<std::atomic<int>> seen(3);

@@ -120,7 +120,7 @@ TEST(Destinations, OpenAndCloseThroughTheirSlots) {
   EXPECT_EQ(VX_OpenDestination(&a, nullptr, nullptr), 3);
   EXPECT_EQ(VX_CloseDestination(nullptr), 3);
 
-  void* saved = VXp_G_OverFuncs[VX_Slot_OpenDestination];
+  void* saved = VXp_SlotAddress(VX_Slot_OpenDestination);
   ASSERT_EQ(VX_SetOverrideFunc(VX_Slot_OpenDestination, reinterpret_cast<void*>(&RecordingOpen)), 0);
   EXPECT_EQ(VX_OpenDestination(&a, &record, record), 9);
   EXPECT_EQ(record[0], &record);
@@ -191,18 +191,18 @@ VX_Err FakeTransform(VX_ProgressInfo*, int32_t, int32_t, int32_t, VX_LayerDef*, 
 }
 
 TEST(PluginTransfer, BuildsThePlusRecordAndGoesThroughTheSlotOfTheMoment) {
-  void* saved31 = VXp_G_OverFuncs[VX_Slot_TransferRect];
-  void* saved32 = VXp_G_OverFuncs[VX_Slot_TransformWorld];
+  const auto saved_transfer = VXp_GetSlot<VX_Slot_TransferRect>();
+  const auto saved_transform = VXp_GetSlot<VX_Slot_TransformWorld>();
   VX_CompositeMode mode{5, 77, 128, 9, 16384};
-  VXp_G_OverFuncs[VX_Slot_TransferRect] = nullptr;
-  VXp_G_OverFuncs[VX_Slot_TransformWorld] = nullptr;
+  VXp_Install<VX_Slot_TransferRect>(nullptr);
+  VXp_Install<VX_Slot_TransformWorld>(nullptr);
   EXPECT_EQ(VX_TransferRectForPlugin(nullptr, 1, 0, 0, nullptr, nullptr, &mode, nullptr, 0, 0, nullptr), 5);
   EXPECT_EQ(VX_TransformWorldForPlugin(nullptr, 1, 0, 0, nullptr, &mode, nullptr, nullptr, 0, true, nullptr,
                                        nullptr),
             5);
 
-  VX_SetOverrideFunc(VX_Slot_TransferRect, reinterpret_cast<void*>(&FakeTransfer));
-  VX_SetOverrideFunc(VX_Slot_TransformWorld, reinterpret_cast<void*>(&FakeTransform));
+  VXp_Install<VX_Slot_TransferRect>(&FakeTransfer);
+  VXp_Install<VX_Slot_TransformWorld>(&FakeTransform);
   // The two opacities agree within a level: the finer one is taken.
   ASSERT_EQ(VX_TransferRectForPlugin(nullptr, 1, 0, 0, nullptr, nullptr, &mode, nullptr, 12, 0, nullptr), 0);
   EXPECT_EQ(g_seen.mode.transfer_mode, 5);
@@ -223,8 +223,8 @@ TEST(PluginTransfer, BuildsThePlusRecordAndGoesThroughTheSlotOfTheMoment) {
 
   EXPECT_EQ(VX_TransferRectForPlugin(nullptr, 1, 0, 0, nullptr, nullptr, nullptr, nullptr, 0, 0, nullptr), 3);
   EXPECT_EQ(g_seen.calls, 2);
-  VXp_G_OverFuncs[VX_Slot_TransferRect] = saved31;
-  VXp_G_OverFuncs[VX_Slot_TransformWorld] = saved32;
+  VXp_Install<VX_Slot_TransferRect>(saved_transfer);
+  VXp_Install<VX_Slot_TransformWorld>(saved_transform);
 }
 
 }  // namespace

@@ -48,21 +48,22 @@ TEST(Suites, AreRegisteredInOrderWithTheirVersions) { ExpectAllRegistered(); }
 
 TEST(Suites, HoldTheTableAndThePackageRoutines) {
   auto* it8 = Acquire<VX_Iterate8Suite1>(VX_kIterate8Suite, 1);
-  EXPECT_EQ(reinterpret_cast<void*>(it8->iterate), VXp_G_OverFuncs[42]);
-  EXPECT_EQ(reinterpret_cast<void*>(it8->iterate_origin), VXp_G_OverFuncs[43]);
-  EXPECT_EQ(reinterpret_cast<void*>(it8->iterate_lut), VXp_G_OverFuncs[44]);
-  EXPECT_EQ(reinterpret_cast<void*>(it8->iterate_origin_unclipped), VXp_G_OverFuncs[51]);
-  EXPECT_EQ(reinterpret_cast<void*>(it8->iterate_generic), VXp_G_OverFuncs[53]);
+  EXPECT_EQ(it8->iterate, VXp_GetSlot<VX_Slot_Iterate>());
+  EXPECT_EQ(it8->iterate_origin, VXp_GetSlot<VX_Slot_IterateOrigin>());
+  EXPECT_EQ(it8->iterate_lut, VXp_GetSlot<VX_Slot_IterateLUT>());
+  EXPECT_EQ(it8->iterate_origin_unclipped, VXp_GetSlot<VX_Slot_IterateOriginUnclipped>());
+  EXPECT_EQ(it8->iterate_generic, VXp_GetSlot<VX_Slot_IterateGeneric>());
   auto* it16 = Acquire<VX_Iterate16Suite1>(VX_kIterate16Suite, 1);
-  EXPECT_EQ(reinterpret_cast<void*>(it16->iterate_origin_unclipped), VXp_G_OverFuncs[51]);
+  EXPECT_EQ(reinterpret_cast<void*>(it16->iterate_origin_unclipped),
+            VXp_SlotAddress(VX_Slot_IterateOriginUnclipped));
 
   auto* s8 = Acquire<VX_SamplingSuite1>(VX_kSampling8Suite, 1);
-  EXPECT_EQ(s8->area_sample, VXp_G_OverFuncs[5]);
+  EXPECT_EQ(s8->area_sample, VXp_SlotAddress(VX_Slot_AreaSample_Straight));
   auto* s16 = Acquire<VX_SamplingSuite1>(VX_kSampling16Suite, 1);
-  EXPECT_EQ(s16->nn_sample, VXp_G_OverFuncs[63]);
+  EXPECT_EQ(s16->nn_sample, VXp_SlotAddress(VX_Slot_NNSample16));
   auto* transform = Acquire<VX_WorldTransformSuite1>(VX_kWorldTransformSuite, 1);
-  EXPECT_EQ(transform->convolve, VXp_G_OverFuncs[28]);
-  EXPECT_EQ(transform->copy_hq, VXp_G_OverFuncs[24]);
+  EXPECT_EQ(transform->convolve, VXp_SlotAddress(VX_Slot_Convolve));
+  EXPECT_EQ(transform->copy_hq, VXp_SlotAddress(VX_Slot_CopyBits_HQ_Straight));
   EXPECT_EQ(transform->transfer_rect, &VX_TransferRectForPlugin);
 
   auto* fills = Acquire<VX_FillMatteSuite2>(VX_kFillMatteSuite, 2);
@@ -127,7 +128,7 @@ VX_Err CountingIterate(VX_IterateHost*, int32_t, int32_t, VX_LayerDef*, const GE
 
 TEST(Suites, AreACopyThatALaterOverrideDoesNotReach) {
   auto* before = Acquire<VX_Iterate8Suite1>(VX_kIterate8Suite, 1);
-  void* original = VXp_G_OverFuncs[VX_Slot_Iterate];
+  void* original = VXp_SlotAddress(VX_Slot_Iterate);
   ASSERT_EQ(VX_SetOverrideFunc(VX_Slot_Iterate, reinterpret_cast<void*>(&CountingIterate)), 0);
   // The thin entry follows the table ...
   vxtest::EffectWorld world(2, 2, 8);

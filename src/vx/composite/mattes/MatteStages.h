@@ -212,6 +212,7 @@ template <class Pixel>
 VX_SpanFunc<Pixel> VXp_ScalarMatteStage(int32_t stage);
 template <class Pixel>
 VX_AlphaMergeFunc<Pixel> VXp_ScalarAlphaMerge();
-// Whether `f` is what the package itself put in matte-stage slot `slot` at
-// start, rather than a replacement.
-bool VXp_IsPackageStage(int32_t slot, const void* f);
+// Whether `f` is what the package itself put in the slot of `stage` (0 to
+// VXp_kAlphaMergeStage) at start, rather than a replacement.
+template <class Pixel>
+bool VXp_IsPackageStage(int32_t stage, const void* f);

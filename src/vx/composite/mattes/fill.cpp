@@ -24,7 +24,7 @@ GEO_LRect SortAndClamp(const GEO_LRect* rect, int32_t width, int32_t height) {
 template <class ColorPixel>
 VX_Err FillWorld(const ColorPixel* color, const GEO_LRect* rect, VX_LayerDef* world, const char* unknown_text) {
   if (!world) return VXp_BadParameter(13);
-  return VXp_DispatchDepth(VXp_WorldDepth(world), __LINE__, unknown_text, [&](auto pixel) -> VX_Err {
+  return VXp_DispatchDepth(world, {unknown_text, __LINE__}, [&](auto pixel) -> VX_Err {
     typedef decltype(pixel) Pixel;
     VX_WorldX<Pixel> view(world, false);
     if (!view.data) return VXp_BadParameter(13);
@@ -69,7 +69,7 @@ template void VXp_ClearAlphaExceptRect(VX_WorldX<VX_PixelFloat>&, const GEO_LRec
 
 VX_Err VX_ClearAlphaExceptRect(void*, const GEO_LRect* rect, VX_LayerDef* world) {
   if (!world || !world->data) return VXp_BadParameter(13);
-  return VXp_DispatchDepth(VXp_WorldDepth(world), __LINE__, "Unknown world bitdepth in VX_ClearAlphaExceptRect",
+  return VXp_DispatchDepth(world, {"Unknown world bitdepth in VX_ClearAlphaExceptRect", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              VX_WorldX<decltype(pixel)> view(world, false);
                              ClearAlphaOutside(view, SortAndClamp(rect, view.width, view.height));

@@ -28,33 +28,38 @@ VX_SpanFunc<Pixel> ScalarStage(int32_t stage) {
 #undef VX_MATTE_RUNNER
 }
 
-constexpr int32_t kFirstStageSlot[3] = {VX_Slot_MatteBlack8, VX_Slot_MatteBlack16, VX_Slot_MatteBlackF};
-constexpr int32_t kSlotsPerDepth = VXp_kAlphaMergeStage + 1;
+static_assert(VX_MatteStageSlots<VX_Pixel8>::kCount == VXp_kMatteStageCount, "one slot for each stage");
 
-// The stages of one depth, then its alpha merge, go to consecutive slots.
+// The stages of one depth, then its alpha merge.
 template <class Pixel>
 void InstallDepth() {
-  const int32_t first = kFirstStageSlot[VX_PixelTraits<Pixel>::kDepthIndex];
   for (int32_t stage = 0; stage < VXp_kMatteStageCount; ++stage)
-    VXp_G_OverFuncs[first + stage] = reinterpret_cast<void*>(ScalarStage<Pixel>(stage));
-  VXp_G_OverFuncs[first + VXp_kAlphaMergeStage] = reinterpret_cast<void*>(&AlphaMerge<Pixel>);
+    VXp_InstallIn<VX_MatteStageSlots<Pixel>>(stage, ScalarStage<Pixel>(stage));
+  VXp_Install<VX_DepthSlots<Pixel>::kAlphaMerge>(&AlphaMerge<Pixel>);
 }
 
-// What the package installed in the stage slots of each depth.
-const void* g_own_stages[3][kSlotsPerDepth];
+// What the package installed in the stage slots of each depth, the alpha
+// merge last.
+const void* g_own_stages[3][VXp_kAlphaMergeStage + 1];
 
-int32_t DepthOfSlot(int32_t slot) {
-  for (int32_t depth = 0; depth < 3; ++depth)
-    if (slot >= kFirstStageSlot[depth] && slot < kFirstStageSlot[depth] + kSlotsPerDepth) return depth;
-  return -1;
+template <class Pixel>
+void RememberOwnStages() {
+  const void** own = g_own_stages[VX_PixelTraits<Pixel>::kDepthIndex];
+  for (int32_t stage = 0; stage < VXp_kMatteStageCount; ++stage)
+    own[stage] = reinterpret_cast<const void*>(VXp_GetIn<VX_MatteStageSlots<Pixel>>(stage));
+  own[VXp_kAlphaMergeStage] = reinterpret_cast<const void*>(VXp_GetSlot<VX_DepthSlots<Pixel>::kAlphaMerge>());
 }
 
 }  // namespace
 
-bool VXp_IsPackageStage(int32_t slot, const void* f) {
-  const int32_t depth = DepthOfSlot(slot);
-  return depth >= 0 && f && g_own_stages[depth][slot - kFirstStageSlot[depth]] == f;
+template <class Pixel>
+bool VXp_IsPackageStage(int32_t stage, const void* f) {
+  return stage >= 0 && stage <= VXp_kAlphaMergeStage && f &&
+         g_own_stages[VX_PixelTraits<Pixel>::kDepthIndex][stage] == f;
 }
+template bool VXp_IsPackageStage<VX_Pixel8>(int32_t, const void*);
+template bool VXp_IsPackageStage<VX_Pixel16>(int32_t, const void*);
+template bool VXp_IsPackageStage<VX_PixelFloat>(int32_t, const void*);
 
 void VXp_InstallMatteStageSlots() {
   InstallDepth<VX_Pixel8>();
@@ -62,16 +67,14 @@ void VXp_InstallMatteStageSlots() {
   InstallDepth<VX_PixelFloat>();
   // Vector forms over the plain ones; 16 bits stay scalar.
   for (int32_t stage = 0; stage < VXp_kMatteStageCount; ++stage) {
-    if (VXp_HasSSSE3())
-      VXp_G_OverFuncs[VX_Slot_MatteBlack8 + stage] = reinterpret_cast<void*>(VXp_MatteStage8_SSSE3(stage));
-    if (VXp_HasAVX2())
-      VXp_G_OverFuncs[VX_Slot_MatteBlack8 + stage] = reinterpret_cast<void*>(VXp_MatteStage8_AVX2(stage));
-    if (VXp_HasSSE2())
-      VXp_G_OverFuncs[VX_Slot_MatteBlackF + stage] = reinterpret_cast<void*>(VXp_MatteStageF_SSE2(stage));
+    if (VXp_HasSSSE3()) VXp_InstallIn<VX_MatteStageSlots<VX_Pixel8>>(stage, VXp_MatteStage8_SSSE3(stage));
+    if (VXp_HasAVX2()) VXp_InstallIn<VX_MatteStageSlots<VX_Pixel8>>(stage, VXp_MatteStage8_AVX2(stage));
+    if (VXp_HasSSE2()) VXp_InstallIn<VX_MatteStageSlots<VX_PixelFloat>>(stage, VXp_MatteStageF_SSE2(stage));
   }
-  if (VXp_HasSSE2()) VXp_G_OverFuncs[VX_Slot_AlphaMerge8] = reinterpret_cast<void*>(&VXp_AlphaMerge8_SSE2);
-  for (int32_t depth = 0; depth < 3; ++depth)
-    for (int32_t i = 0; i < kSlotsPerDepth; ++i) g_own_stages[depth][i] = VXp_G_OverFuncs[kFirstStageSlot[depth] + i];
+  if (VXp_HasSSE2()) VXp_Install<VX_Slot_AlphaMerge8>(&VXp_AlphaMerge8_SSE2);
+  RememberOwnStages<VX_Pixel8>();
+  RememberOwnStages<VX_Pixel16>();
+  RememberOwnStages<VX_PixelFloat>();
 }
 
 // Scalar forms by name, for callers that must not take a replaced slot and

@@ -13,15 +13,6 @@
 
 namespace {
 
-// Table slots of the black pair for a depth: forward, then reverse.
-template <class Pixel>
-constexpr int32_t BlackSlot(bool forward) {
-  constexpr int32_t first = VX_PixelTraits<Pixel>::kDepthIndex == 0   ? VX_Slot_MatteBlack8
-                            : VX_PixelTraits<Pixel>::kDepthIndex == 1 ? VX_Slot_MatteBlack16
-                                                                      : VX_Slot_MatteBlackF;
-  return forward ? first : first + 1;
-}
-
 template <class Pixel>
 struct PremulRows {
   VX_WorldX<Pixel>* src;  // null: in place
@@ -51,7 +42,8 @@ VX_Err RunBlackKernel(VX_WorldX<Pixel>* src, VX_WorldX<Pixel>& dst, const GEO_LR
     GEO_SectLRect(&r, &src_bounds, &r);
   }
   if (r.left >= r.right || r.top >= r.bottom) return VX_Err_None;
-  PremulRows<Pixel> job{src, &dst, r, VXp_Slot<VX_SpanFunc<Pixel>>(BlackSlot<Pixel>(forward))};
+  const int32_t stage = forward ? VXp_Stage_MatteBlack : VXp_Stage_UnmatteBlack;
+  PremulRows<Pixel> job{src, &dst, r, VXp_GetIn<VX_MatteStageSlots<Pixel>>(stage)};
   return VX_IterateGeneric_Static(r.bottom - r.top, &job, &PremulRow<Pixel>);
 }
 
@@ -59,7 +51,7 @@ VX_Err RunBlackKernel(VX_WorldX<Pixel>* src, VX_WorldX<Pixel>& dst, const GEO_LR
 
 VX_Err VX_PremulRect_S(void*, int32_t forward, const GEO_LRect* rect, VX_LayerDef* world) {
   if (!world || !world->data) return VXp_BadParameter(13);
-  return VXp_DispatchDepth(VXp_WorldDepth(world), __LINE__, "Unknown world bitdepth in VX_PremulRect",
+  return VXp_DispatchDepth(world, {"Unknown world bitdepth in VX_PremulRect", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              VX_WorldX<decltype(pixel)> view(world, false);
                              return RunBlackKernel<decltype(pixel)>(nullptr, view, rect, forward != 0);
@@ -67,7 +59,7 @@ VX_Err VX_PremulRect_S(void*, int32_t forward, const GEO_LRect* rect, VX_LayerDe
 }
 
 VX_Err VX_PremulRect(void* caller_ref, int32_t forward, const GEO_LRect* rect, VX_LayerDef* world) {
-  return VXp_Slot<VX_PremulRectProc>(VX_Slot_PremulRect)(caller_ref, forward, rect, world);
+  return VXp_GetSlot<VX_Slot_PremulRect>()(caller_ref, forward, rect, world);
 }
 
 VX_Err VX_Premul(void* caller_ref, int32_t forward, VX_LayerDef* world) {
@@ -117,7 +109,7 @@ template <class ColorPixel>
 VX_Err PremulColorRect(VX_LayerDef* src, const GEO_LRect* rect, const ColorPixel* color, int32_t forward,
                        VX_LayerDef* dst) {
   if (!dst || !dst->data || (src && !src->data)) return VXp_BadParameter(13);
-  return VXp_DispatchDepth(VXp_WorldDepth(dst), __LINE__, "Unknown world bitdepth in VX_PremulColorRect",
+  return VXp_DispatchDepth(dst, {"Unknown world bitdepth in VX_PremulColorRect", __LINE__},
                            [&](auto pixel) -> VX_Err {
                              typedef decltype(pixel) Pixel;
                              const Pixel m = color ? vxconv::Pixel<Pixel>(*color) : Pixel{};
@@ -163,5 +155,5 @@ VX_Err VX_PremulColorRectFloat(void*, VX_LayerDef* src, const GEO_LRect* rect, c
 }
 
 void VXp_InstallPremulSlots() {
-  VXp_G_OverFuncs[VX_Slot_PremulRect] = reinterpret_cast<void*>(&VX_PremulRect_S);
+  VXp_Install<VX_Slot_PremulRect>(&VX_PremulRect_S);
 }

@@ -7,19 +7,11 @@
 
 namespace {
 
-// The matte stages of a depth start at this slot: flatten and lift for
-// black, white, grey, then the alpha merge.
-template <class Pixel>
-constexpr int32_t FirstStageSlot() {
-  constexpr int index = VX_PixelTraits<Pixel>::kDepthIndex;
-  return index == 0 ? VX_Slot_MatteBlack8 : (index == 1 ? VX_Slot_MatteBlack16 : VX_Slot_MatteBlackF);
-}
-
 template <class Pixel>
 void TakeMattePair(VX_BlendModeDescriptor<Pixel>& d, int32_t stage) {
   d.uses_matte = d.saves_alpha = d.merges_alpha = true;
-  d.matte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage);
-  d.unmatte_func = VXp_Slot<VX_BlendSpanProc<Pixel>>(FirstStageSlot<Pixel>() + stage + 1);
+  d.matte_func = VXp_GetIn<VX_MatteStageSlots<Pixel>>(stage);
+  d.unmatte_func = VXp_GetIn<VX_MatteStageSlots<Pixel>>(stage + 1);
 }
 
 }  // namespace
@@ -38,12 +30,12 @@ VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixe
       saves_alpha(false),
       merges_alpha(false),
       tables(tables_) {
-  const int32_t slot = VX_InnerBlendingSlot(has_mask, tables_ != nullptr, VX_PixelTraits<Pixel>::kDepthIndex);
-  if (auto get = VXp_Slot<VX_GetInnerBlendingProc<Pixel>>(slot)) {
+  const int32_t variant = VX_InnerBlendingIndex(has_mask, tables_ != nullptr);
+  if (auto get = VXp_GetIn<VX_InnerBlendingSlots<Pixel>>(variant)) {
     get(mode.transfer_mode, &blend_func);
     get(XferBehind, &behind_func);
   }
-  alpha_func = VXp_Slot<VX_BlendAlphaProc<Pixel>>(FirstStageSlot<Pixel>() + 6);
+  alpha_func = VXp_GetSlot<VX_DepthSlots<Pixel>::kAlphaMerge>();
   switch (VX_XferFamilyOf(mode.transfer_mode)) {
     case VX_XferFamily::SpanOnly:
     case VX_XferFamily::Dissolve:
@@ -80,10 +72,9 @@ VXp_MatteLanesProc<Pixel> VXp_FusedMatteFor(const VX_BlendModeDescriptor<Pixel>&
   const int32_t mode = d.mode.transfer_mode;
   const int32_t stage = VXp_MatteStageOf(VX_XferFamilyOf(mode));
   if (stage < 0) return nullptr;
-  const int32_t first = FirstStageSlot<Pixel>();
-  if (!VXp_IsPackageStage(first + stage, reinterpret_cast<const void*>(d.matte_func)) ||
-      !VXp_IsPackageStage(first + stage + 1, reinterpret_cast<const void*>(d.unmatte_func)) ||
-      !VXp_IsPackageStage(first + 6, reinterpret_cast<const void*>(d.alpha_func)))
+  if (!VXp_IsPackageStage<Pixel>(stage, reinterpret_cast<const void*>(d.matte_func)) ||
+      !VXp_IsPackageStage<Pixel>(stage + 1, reinterpret_cast<const void*>(d.unmatte_func)) ||
+      !VXp_IsPackageStage<Pixel>(VXp_kAlphaMergeStage, reinterpret_cast<const void*>(d.alpha_func)))
     return nullptr;
   VX_InnerBlendingFunc<Pixel> own{nullptr};
   const VX_Err err = has_mask ? VX_GetInnerBlendingFunc<Pixel, true, false>(mode, &own)

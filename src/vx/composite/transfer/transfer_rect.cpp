@@ -199,7 +199,7 @@ VX_Err Transfer(const Caller& caller, VX_ProgressInfo* progress, int32_t field, 
       VXp_ReportMessage(VXp_Site(0x33), VXp_Msg_UnimplementedBlendingMode);
       return VX_Err_Unimplemented;
     }
-    return VXp_DispatchDepth(depth, 769, "Unknown world bitdepth in##CONDITIONNAME", [&](auto pixel) {
+    return VXp_DispatchDepth(depth, {"Unknown world bitdepth in##CONDITIONNAME", 769}, [&](auto pixel) {
       return TransferAtDepth<decltype(pixel)>(caller, progress, field, source_rect, source, *mode, tables, mask,
                                               dest_x, dest_y, destination);
     });
@@ -212,7 +212,7 @@ VX_Err VX_TransferRect(VX_ProgressInfo* progress, int32_t quality, int32_t flags
                        const GEO_LRect* source_rect, VX_LayerDef* source, const VX_CompositeModePlus* mode,
                        const VX_LinearBlendingTables* tables, const VX_TrackMatte* mask, int32_t dest_x,
                        int32_t dest_y, VX_LayerDef* destination) {
-  auto body = VXp_Slot<VX_TransferRectProc>(VX_Slot_TransferRect);
+  auto body = VXp_GetSlot<VX_Slot_TransferRect>();
   if (!body) return VX_Err_Unimplemented;
   return body(progress, quality, flags, field, source_rect, source, mode, tables, mask, dest_x, dest_y, destination);
 }
@@ -229,7 +229,7 @@ VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t f
                            const GEO_LRect* source_rect, VX_LayerDef* source, const VX_CompositeModePlus* mode,
                            const VX_LinearBlendingTables* tables, const VX_TrackMatte* mask, void* const* row_buffers,
                            int32_t dest_x, int32_t dest_y, VX_LayerDef* destination) {
-  auto body = VXp_Slot<VXp_TransferRectPlusProc>(VX_Slot_TransferRectPlus);
+  auto body = VXp_GetSlot<VX_Slot_TransferRectPlus>();
   if (!body) return VX_Err_Unimplemented;
   return body(progress, quality, flags, field, source_rect, source, mode, tables, mask, row_buffers, dest_x, dest_y,
               destination);

@@ -32,9 +32,9 @@ VX_PixelFloat PixelF(vxtest::Random& r) {
 }
 
 template <class Pixel, class Make>
-void CompareWithScalar(int32_t slot, VX_SpanFunc<Pixel> scalar, Make make,
-                       VX_SpanFunc<Pixel> vector = nullptr) {
-  if (!vector) vector = VXp_Slot<VX_SpanFunc<Pixel>>(slot);
+void CompareWithScalar(int32_t stage, VX_SpanFunc<Pixel> scalar, Make make, VX_SpanFunc<Pixel> vector = nullptr) {
+  const int32_t slot = VX_MatteStageSlots<Pixel>::At(stage);
+  if (!vector) vector = VXp_GetIn<VX_MatteStageSlots<Pixel>>(stage);
   ASSERT_NE(vector, scalar) << "slot " << slot << " holds no vector form on this machine";
   vxtest::Random r(slot);
   std::vector<unsigned char> src_bytes(80 * sizeof(Pixel) + 16), a_bytes(src_bytes.size()), b_bytes(src_bytes.size());
@@ -66,20 +66,18 @@ void CompareWithScalar(int32_t slot, VX_SpanFunc<Pixel> scalar, Make make,
 
 TEST(MatteStages, EightBitVectorFormsMatchTheScalarRules) {
   for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage) {
-    CompareWithScalar<VX_Pixel8>(VX_Slot_MatteBlack8 + stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8,
-                                 VXp_MatteStage8_SSSE3(stage));
-    CompareWithScalar<VX_Pixel8>(VX_Slot_MatteBlack8 + stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8,
-                                 VXp_MatteStage8_AVX2(stage));
+    CompareWithScalar<VX_Pixel8>(stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8, VXp_MatteStage8_SSSE3(stage));
+    CompareWithScalar<VX_Pixel8>(stage, VXp_ScalarMatteStage<VX_Pixel8>(stage), Pixel8, VXp_MatteStage8_AVX2(stage));
   }
 }
 
 TEST(MatteStages, FloatVectorFormsMatchTheScalarRules) {
   for (int32_t stage = VXp_Stage_MatteBlack; stage <= VXp_Stage_UnmatteGrey; ++stage)
-    CompareWithScalar<VX_PixelFloat>(VX_Slot_MatteBlackF + stage, VXp_ScalarMatteStage<VX_PixelFloat>(stage), PixelF);
+    CompareWithScalar<VX_PixelFloat>(stage, VXp_ScalarMatteStage<VX_PixelFloat>(stage), PixelF);
 }
 
 TEST(MatteStages, AlphaMergeVectorFormMatchesTheScalarRule) {
-  auto vector = VXp_Slot<VX_AlphaMergeFunc<VX_Pixel8>>(VX_Slot_AlphaMerge8);
+  auto vector = VXp_GetSlot<VX_Slot_AlphaMerge8>();
   auto scalar = VXp_ScalarAlphaMerge<VX_Pixel8>();
   ASSERT_NE(vector, scalar);
   vxtest::Random r(41);

@@ -162,8 +162,7 @@ TEST(FusedMatteChoice, OnlyThePackagesOwnStagesAreFused) {
   stage.matte_func = &ForeignStage;
   EXPECT_EQ(VXp_FusedMatteFor(stage, false, VXp_WidestIsa()), nullptr);
   auto wrong_pair = plain;
-  wrong_pair.matte_func =
-      VXp_Slot<VX_BlendSpanProc<VX_Pixel8>>(VX_Slot_MatteBlack8 + static_cast<int32_t>(VXp_Stage_MatteWhite));
+  wrong_pair.matte_func = VXp_GetSlot<VX_Slot_MatteWhite8>();
   EXPECT_EQ(VXp_FusedMatteFor(wrong_pair, false, VXp_WidestIsa()), nullptr);
   auto kernel = plain;
   kernel.blend_func.func = &ForeignKernel;

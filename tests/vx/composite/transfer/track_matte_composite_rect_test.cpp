@@ -82,10 +82,8 @@ struct Worlds {
 
 TEST(CompositeRect, DraftAndBestAreTheSame) {
   const std::pair<VX_CompositeRectProc, VX_CompositeRectProc> pairs[] = {
-      {VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectDraft_Premul),
-       VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectBest_Premul)},
-      {VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectDraft_Straight),
-       VXp_Slot<VX_CompositeRectProc>(VX_Slot_CompositeRectBest_Straight)}};
+      {VXp_GetSlot<VX_Slot_CompositeRectDraft_Premul>(), VXp_GetSlot<VX_Slot_CompositeRectBest_Premul>()},
+      {VXp_GetSlot<VX_Slot_CompositeRectDraft_Straight>(), VXp_GetSlot<VX_Slot_CompositeRectBest_Straight>()}};
   for (auto [draft, best] : pairs)
     for (int32_t field : {0, 1, 2})
       for (uint8_t opacity : {255, 140}) {
