@@ -33,6 +33,18 @@ double Apply(const GEO_Matrix3& m, double x, double y, int axis) {
   return axis == 0 ? p.x : p.y;
 }
 
+TEST(Rects, OffsetsStopAtTheEndsOfTheRange) {
+  GEO_LRect r{-5, 10, 20, 30};
+  GEO_OffsetLRect(&r, INT32_MIN, INT32_MAX);
+  EXPECT_EQ(r.left, INT32_MIN);
+  EXPECT_EQ(r.right, INT32_MIN + 20);
+  EXPECT_EQ(r.top, INT32_MAX);
+  EXPECT_EQ(r.bottom, INT32_MAX);
+  GEO_OffsetLRect(&r, 3, -1);
+  EXPECT_EQ(r.left, INT32_MIN + 3);
+  EXPECT_EQ(r.top, INT32_MAX - 1);
+}
+
 TEST(Matrices, OperationsComposeInOrder) {
   GEO_Matrix3 m;
   GEO_SetIdentityMatrix(&m);

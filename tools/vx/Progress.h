@@ -1,5 +1,5 @@
 // Progress on standard error while long operations run. The package's
-// progress callbacks answer 517 once a signal asked the tool to stop.
+// progress callbacks answer VX_Err_Interrupted (517) once a signal asked the tool to stop.
 #pragma once
 
 #include <string>

@@ -53,7 +53,7 @@ std::string TakeLastReport() {
 
 void Check(int32_t err, const std::string& what) {
   if (err == 0) return;
-  if (err == 517) throw ToolError("interrupted while " + what, InterruptExitCode());
+  if (err == VX_Err_Interrupted) throw ToolError("interrupted while " + what, InterruptExitCode());
   std::string message = what + " failed (error " + std::to_string(err) + ")";
   const std::string report = TakeLastReport();
   if (!report.empty()) message += ": " + report;

@@ -1,4 +1,5 @@
 // Rectangles and points.
+#include <cstdint>
 #include <algorithm>
 
 #include "vxhost/GEO.h"
@@ -40,12 +41,20 @@ void GEO_UnionLRect(const GEO_LRect* a, const GEO_LRect* b, GEO_LRect* out) {
   }
 }
 
+namespace {
+// Sides moved past the 32-bit range stop at its ends.
+int32_t Moved(int32_t v, int32_t d) {
+  const int64_t x = int64_t(v) + d;
+  return x > INT32_MAX ? INT32_MAX : (x < INT32_MIN ? INT32_MIN : static_cast<int32_t>(x));
+}
+}  // namespace
+
 void GEO_OffsetLRect(GEO_LRect* r, int32_t dx, int32_t dy) {
   if (!r) return;
-  r->left += dx;
-  r->right += dx;
-  r->top += dy;
-  r->bottom += dy;
+  r->left = Moved(r->left, dx);
+  r->right = Moved(r->right, dx);
+  r->top = Moved(r->top, dy);
+  r->bottom = Moved(r->bottom, dy);
 }
 
 void GEO_InsetLRect(GEO_LRect* r, int32_t dx, int32_t dy) {

@@ -48,15 +48,18 @@ bool Clip(const GEO_LRect& source_rect, const VX_LayerDef& source, const VX_Laye
   const GEO_LRect source_bounds{0, 0, source.width, source.height};
   GEO_LRect r;
   if (!GEO_SectLRect(&source_rect, &source_bounds, &r)) return false;
-  *dx = dest_x - source_rect.left;
-  *dy = dest_y - source_rect.top;
+  // An offset beyond 32 bits moves the rectangle past every destination.
+  const int64_t offset_x = int64_t(dest_x) - source_rect.left, offset_y = int64_t(dest_y) - source_rect.top;
+  if (offset_x != int32_t(offset_x) || offset_y != int32_t(offset_y)) return false;
+  *dx = int32_t(offset_x);
+  *dy = int32_t(offset_y);
   GEO_OffsetLRect(&r, *dx, *dy);
   const GEO_LRect dest_bounds{0, 0, destination.width, destination.height};
   if (!GEO_SectLRect(&r, &dest_bounds, &r)) return false;
   // Outside an inverted matte the layer shows fully, so only plain mattes clip.
   if (mask && !VX_MatteKindInverts(mask->matte_kind)) {
-    const GEO_LRect matte_bounds{mask->offset_x, mask->offset_y, mask->offset_x + mask->matte.width,
-                                 mask->offset_y + mask->matte.height};
+    GEO_LRect matte_bounds{0, 0, mask->matte.width, mask->matte.height};
+    GEO_OffsetLRect(&matte_bounds, mask->offset_x, mask->offset_y);
     if (!GEO_SectLRect(&r, &matte_bounds, &r)) return false;
   }
   *out = r;

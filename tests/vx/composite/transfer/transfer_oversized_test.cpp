@@ -61,4 +61,30 @@ TEST(TransferOversized, SameAsTheClippedRectangleAtEveryDepth) {
   CheckOversized<VX_PixelFloat>();
 }
 
+// Positions and rectangles at the ends of the 32-bit range place nothing
+// and overflow nothing (the sanitizer build checks the second), also with a
+// track matte placed at the far ends.
+TEST(TransferOversized, PositionsAtTheEndsOfTheRangePlaceNothing) {
+  vxtest::EffectWorld src(16, 16, 8), dst(16, 16, 8), before(16, 16, 8), matte(16, 16, 8);
+  vxtest::Random random(9);
+  vxtest::FillRandom<VX_Pixel8>(src.get(), random);
+  vxtest::FillRandom<VX_Pixel8>(dst.get(), random);
+  vxtest::FillRandom<VX_Pixel8>(matte.get(), random);
+  for (int32_t y = 0; y < 16; ++y) std::memcpy(before.At<VX_Pixel8>(0, y), dst.At<VX_Pixel8>(0, y), 16 * 4);
+  const VX_CompositeModePlus mode(XferOver, 1.0f, nullptr, false, 0);
+  const int32_t ends[] = {INT_MIN, INT_MIN + 1, -16, 16, INT_MAX - 1, INT_MAX};
+  // The whole source, and a rectangle that holds none of it; then the
+  // widest rectangle, which lands wherever its offset puts it.
+  const GEO_LRect rects[] = {{0, 0, 16, 16}, {INT_MAX - 1, 0, INT_MAX, 1}, {INT_MIN, INT_MIN, INT_MAX, INT_MAX}};
+  for (const GEO_LRect& rect : rects)
+    for (int32_t x : ends)
+      for (int32_t y : ends) {
+        const VX_TrackMatte track{*matte.get(), x, y, VX_MatteKind_Alpha};
+        for (const VX_TrackMatte* m : {static_cast<const VX_TrackMatte*>(nullptr), &track}) {
+          EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, &rect, src.get(), &mode, nullptr, m, x, y, dst.get()), 0);
+          if (rect.left == 0 || rect.left == INT_MAX - 1) EXPECT_TRUE(SameWorlds<VX_Pixel8>(dst, before)) << x << "," << y;
+        }
+      }
+}
+
 }  // namespace
