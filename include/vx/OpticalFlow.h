@@ -5,6 +5,7 @@
 #include "vx/opticalflow/Basic.h"
 #include "vx/opticalflow/Blur.h"
 #include "vx/opticalflow/Elements.h"
+#include "vx/opticalflow/Estimate.h"
 #include "vx/opticalflow/MultiProcess.h"
 #include "vx/opticalflow/Nodes.h"
 #include "vx/opticalflow/Pyramid.h"
