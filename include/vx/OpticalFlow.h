@@ -8,6 +8,8 @@
 #include "vx/opticalflow/Estimate.h"
 #include "vx/opticalflow/MultiProcess.h"
 #include "vx/opticalflow/Nodes.h"
+#include "vx/opticalflow/Pair.h"
 #include "vx/opticalflow/Pyramid.h"
 #include "vx/opticalflow/Texture.h"
+#include "vx/opticalflow/Tween.h"
 #include "vx/opticalflow/Zoom.h"

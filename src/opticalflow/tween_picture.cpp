@@ -1,0 +1,189 @@
+// The picture: both frames warped along the tween's vectors, zoomed to
+// frame size, and blended by t, at the three pixel depths.
+#include <cmath>
+#include <memory>
+
+#include "vx/opticalflow/Tween.h"
+
+int32_t FnLongFilterWeights(float u, float weights[2 * FnLongFilterRadius + 1]) {
+  constexpr int32_t R = FnLongFilterRadius;
+  constexpr double kPi = 3.14159265358979323846;
+  const int32_t first = int32_t(std::floor(u)) - R;
+  double sum = 0.0;
+  double w[2 * R + 1];
+  for (int32_t k = 0; k <= 2 * R; ++k) {
+    const double d = double(first + k) - double(u);
+    // A raised-cosine window over sin(pi d)/d; the centre weighs 1.0 against
+    // that (not pi), which sharpens the filter, and is kept.
+    w[k] = d == 0.0 ? 1.0 : 0.5 * (1.0 + std::cos(kPi * d / R)) * std::sin(kPi * d) / d;
+    sum += w[k];
+  }
+  for (int32_t k = 0; k <= 2 * R; ++k) weights[k] = float(w[k] / sum);
+  return first;
+}
+
+namespace {
+
+template <class P>
+constexpr float kScale = std::is_same_v<P, FnPixel8> ? 255.0f : std::is_same_v<P, FnPixel16> ? 32768.0f : 1.0f;
+
+FnPixelF Scaled(const FnPixelF& p, float s) {
+  FnPixelF o;
+  o.alpha = p.alpha * s, o.red = p.red * s, o.green = p.green * s, o.blue = p.blue * s;
+  return o;
+}
+
+FnPixelF Marker() {
+  FnPixelF o;
+  o.alpha = 0.0f, o.red = o.green = o.blue = -1.0f;
+  return o;
+}
+
+FnPixelF All(float v) {
+  FnPixelF o;
+  o.alpha = o.red = o.green = o.blue = v;
+  return o;
+}
+
+bool NearInteger(float f) { return f <= 0.01f || f >= 0.99f; }
+
+}  // namespace
+
+template <class P>
+FnPixelF FnMotionEstimateGradientTweenerBuildPicture<P>::at(const Frame* frame, float x, float y) const {
+  if (!(params.flags & FnTween_LongFilter)) return frame->sample(x, y);
+  const float u = x - 0.5f - frame->xAxis.originF, v = y - 0.5f - frame->yAxis.originF;
+  if (!(std::fabs(u) < 1.0e9f && std::fabs(v) < 1.0e9f)) return frame->sample(x, y);
+  const float fx = std::fabs(u - std::floor(u)), fy = std::fabs(v - std::floor(v));
+  if (NearInteger(fx) && NearInteger(fy)) return frame->sample(x, y);
+  constexpr int32_t N = 2 * FnLongFilterRadius + 1;
+  float wx[N], wy[N];
+  const int32_t i0 = FnLongFilterWeights(u, wx), j0 = FnLongFilterWeights(v, wy);
+  FnPixelF sum = All(0.0f);
+  for (int32_t j = 0; j < N; ++j) {
+    FnPixelF row = All(0.0f);
+    for (int32_t i = 0; i < N; ++i) {
+      const FnPixelF p = FnToAccumulate<FnPixelF>(frame->readData(i0 + i, j0 + j));
+      row.alpha += p.alpha * wx[i], row.red += p.red * wx[i], row.green += p.green * wx[i], row.blue += p.blue * wx[i];
+    }
+    sum.alpha += row.alpha * wy[j], sum.red += row.red * wy[j], sum.green += row.green * wy[j],
+        sum.blue += row.blue * wy[j];
+  }
+  return sum;
+}
+
+template <class P>
+void FnMotionEstimateGradientTweenerBuildPicture<P>::processRows(Frame* target, int32_t threadIndex) {
+  const FnTweeningParameters& p = params;
+  if (!p.vectorsA || !p.vectorsB || !p.occlusion || !frameA || !frameB) return;
+  const float t = p.time;
+  const double rest = 1.0 - double(t);
+  const float wa = (1.0f - t) * vectorScale, wb = t * vectorScale;
+  const float toUnit = 1.0f / kScale<P>;
+  // A side's sample in 0..1 units, or the marker of a missing vector.
+  auto side = [&](const Frame* frame, HvVec2 v, float w, float px, float py) {
+    if (FnIsInvalid(v)) return Marker();
+    const float sx = px - v.x * w, sy = py + v.y * w;
+    if (!std::isfinite(sx) || !std::isfinite(sy)) return All(128.0f);
+    return Scaled(at(frame, sx, sy), toUnit);
+  };
+  this->forEachRow(threadIndex, [&](int32_t y) {
+    const HvVec2* va = p.vectorsA->rawRow(y);
+    const HvVec2* vb = p.vectorsB->rawRow(y);
+    const int* labels = p.occlusion->rawRow(y);
+    P* out = target->rawRow(y);
+    const float py = float(y) + 0.5f;
+    for (int32_t x = this->x0; x < this->x1; ++x) {
+      const float px = float(x) + 0.5f;
+      FnPixelF c;
+      if (labels[x] == FnLabel_OnlyB) {
+        c = side(frameA, vb[x], wb, px, py);
+      } else if (labels[x] == FnLabel_OnlyA) {
+        c = side(frameB, va[x], wa, px, py);
+      } else {
+        const FnPixelF sb = side(frameB, va[x], wa, px, py), sa = side(frameA, vb[x], wb, px, py);
+        auto mix = [&](float b, float a) { return b * t + float(double(a) * rest); };
+        c.alpha = mix(sb.alpha, sa.alpha), c.red = mix(sb.red, sa.red), c.green = mix(sb.green, sa.green),
+        c.blue = mix(sb.blue, sa.blue);
+      }
+      out[x] = FnFromAccumulate<P>(Scaled(c, kScale<P>));
+    }
+  });
+}
+
+template <class P>
+int32_t buildPicture(const FnTweenSettings& settings, double time, const FnTexture<P, FnPixelF>* frameA,
+                     const FnTexture<P, FnPixelF>* frameB, const FnVectorTexture* vectorsA,
+                     const FnVectorTexture* vectorsB, const FnIntTexture* occlusion, FnInterruptRecord* interrupt,
+                     FnTexture<P, FnPixelF>* target) {
+  if (!frameA || !frameB || !target || frameA->empty() || frameB->empty() || target->empty()) return 3;
+  const int32_t W = target->width(), H = target->height();
+  if (frameA->width() != W || frameA->height() != H || frameB->width() != W || frameB->height() != H) return 3;
+  FnInterruptRecord local;
+  FnInterruptRecord* record = interrupt ? interrupt : &local;
+  auto result = [&]() { return record->aborted || record->error ? (record->error ? record->error : 4) : 0; };
+  if (record->aborted) return result();
+  const float t = FnRoundTweenTime(time);
+  if (t == 0.0f || t == 1.0f) {
+    // An end of the interval: that frame, unwarped.
+    SimpleCopySampler<P, FnPixelF> copy;
+    copy.interrupt = record;
+    copy.process(t == 0.0f ? frameA : frameB, target);
+    return result();
+  }
+  if (!vectorsA || !vectorsB || !occlusion || vectorsA->empty() || vectorsB->empty() || occlusion->empty() ||
+      vectorsB->width() != vectorsA->width() || vectorsB->height() != vectorsA->height())
+    return 3;
+  const float r = float(W) / float(vectorsA->width());
+  FnVectorTexture fullA(W, H), fullB(W, H);
+  FnIntTexture fullLabels(W, H);
+  if (fullA.allocFailed || fullB.allocFailed || fullLabels.allocFailed) {
+    record->aborted = 1, record->error = 4;
+    return 4;
+  }
+  // The vectors keep their values (proxy pixels); they are read through
+  // clamped views so that border pixels keep their vectors instead of
+  // fading towards the outside value.
+  FnVectorTexture viewA, viewB;
+  viewA.alias(*vectorsA);
+  viewB.alias(*vectorsB);
+  viewA.setEdgeMode(FnEdge_Clamp, FnEdge_Clamp);
+  viewB.setEdgeMode(FnEdge_Clamp, FnEdge_Clamp);
+  FnDualMoveSampler<HvVec2, HvVec2, 1> zoom;
+  zoom.setScale(1.0f / r, 1.0f / r);
+  zoom.interpolation = FnMove_Bilinear;
+  zoom.secondSource = &viewB;
+  zoom.secondTarget = &fullB;
+  zoom.interrupt = record;
+  zoom.process(&viewA, &fullA);
+  ImageZoomerBase<int, int> labels;
+  labels.zoomFlags = FnZoom_Nearest;
+  labels.interrupt = record;
+  labels.process(occlusion, &fullLabels);
+  if (record->aborted) return result();
+  FnMotionEstimateGradientTweenerBuildPicture<P> picture;
+  FnTweeningParameters& p = picture.params;
+  p.time = t;
+  p.flags = settings.flags | FnTween_VectorsGiven | FnTween_OcclusionGiven | FnTween_GuessOcclusion |
+            (settings.highQuality ? uint32_t(FnTween_LongFilter) : 0u);
+  p.vectorsA = &fullA, p.vectorsB = &fullB, p.occlusion = &fullLabels;
+  picture.vectorScale = r;
+  picture.frameA = picture.framePrev = frameA;
+  picture.frameB = picture.frameNext = frameB;
+  picture.interrupt = record;
+  picture.process(target);
+  return result();
+}
+
+template class FnMotionEstimateGradientTweenerBuildPicture<FnPixel8>;
+template class FnMotionEstimateGradientTweenerBuildPicture<FnPixel16>;
+template class FnMotionEstimateGradientTweenerBuildPicture<FnPixelF>;
+template int32_t buildPicture<FnPixel8>(const FnTweenSettings&, double, const FnTexture8*, const FnTexture8*,
+                                        const FnVectorTexture*, const FnVectorTexture*, const FnIntTexture*,
+                                        FnInterruptRecord*, FnTexture8*);
+template int32_t buildPicture<FnPixel16>(const FnTweenSettings&, double, const FnTexture16*, const FnTexture16*,
+                                         const FnVectorTexture*, const FnVectorTexture*, const FnIntTexture*,
+                                         FnInterruptRecord*, FnTexture16*);
+template int32_t buildPicture<FnPixelF>(const FnTweenSettings&, double, const FnTextureF*, const FnTextureF*,
+                                        const FnVectorTexture*, const FnVectorTexture*, const FnIntTexture*,
+                                        FnInterruptRecord*, FnTextureF*);
