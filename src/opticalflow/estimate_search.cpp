@@ -59,6 +59,20 @@ int32_t FnMotionEstimateGradientChangedNeighboursMonitor::neighbours(int32_t x, 
   if (!previous) return 0;
   static constexpr int32_t kOffsets[8][2] = {{-1, 1}, {0, 1}, {1, 1}, {-1, 0}, {1, 0}, {-1, -1}, {0, -1}, {1, -1}};
   const int32_t w = previous->width(), h = previous->height();
+  if (x >= 1 && y >= 1 && x < w - 1 && y < h - 1) {
+    // Inside: no bounds to test, rows read once.
+    const HvVec2* rows[3] = {previous->rawRow(y + 1) + x, previous->rawRow(y) + x, previous->rawRow(y - 1) + x};
+    if (allChanged) {
+      out[0] = rows[0][-1], out[1] = rows[0][0], out[2] = rows[0][1], out[3] = rows[1][-1];
+      out[4] = rows[1][1], out[5] = rows[2][-1], out[6] = rows[2][0], out[7] = rows[2][1];
+      return 8;
+    }
+    const int* flags[3] = {changed->rawRow(y + 1) + x, changed->rawRow(y) + x, changed->rawRow(y - 1) + x};
+    int32_t n = 0;
+    for (const auto& o : kOffsets)
+      if (flags[1 - o[1]][o[0]]) out[n++] = rows[1 - o[1]][o[0]];
+    return n;
+  }
   int32_t n = 0;
   for (const auto& o : kOffsets) {
     const int32_t nx = x + o[0], ny = y + o[1];

@@ -7,6 +7,12 @@
 #include "vx/opticalflow/Estimate.h"
 
 int32_t FnCompactCandidates(HvVec2* v, int32_t n) {
+  if (n > 0 && !FnIsInvalid(v[0])) {
+    // The common case of a uniform neighbourhood: all one vector.
+    int32_t i = 1;
+    while (i < n && v[i] == v[0]) ++i;
+    if (i == n) return 1;
+  }
   int32_t m = 0;
   for (int32_t i = 0; i < n; ++i) {
     if (FnIsInvalid(v[i])) continue;

@@ -70,10 +70,7 @@ void Arrows(VX_WorldX<VX_Pixel8>& out, const FnVectorTexture& field, float r, in
       const float dx = -v.x * r, dy = v.y * r;
       const float length = std::hypot(dx, dy);
       const float cx = float(x) + 0.5f, cy = float(y) + 0.5f;
-      if (length < 0.5f) {
-        Put(out, x, y, ink);
-        continue;
-      }
+      if (length < 0.5f) continue;
       const float ex = cx + dx, ey = cy + dy, ux = dx / length, uy = dy / length;
       const float head = std::min(4.0f, length * 0.4f);
       Line(out, cx, cy, ex, ey, ink);

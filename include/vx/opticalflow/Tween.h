@@ -207,6 +207,7 @@ template <class P>
 class FnMotionEstimateGradientTweenerBuildPicture : public Generator<FnTexture<P, FnPixelF>> {
  public:
   using Frame = FnTexture<P, FnPixelF>;
+  void initialise(Frame* target) override;
   void processRows(Frame* target, int32_t threadIndex) override;
 
   FnTweeningParameters params;  // vectorsA, vectorsB, occlusion at frame size
@@ -219,6 +220,7 @@ class FnMotionEstimateGradientTweenerBuildPicture : public Generator<FnTexture<P
 
  private:
   FnPixelF at(const Frame* frame, float x, float y) const;
+  bool plain_ = false;  // both frames' windows are whole, origins 0
 };
 
 // ---- Entry points. 0, or the error of the interrupt record (4: out of
