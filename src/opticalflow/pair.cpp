@@ -12,9 +12,22 @@ constexpr float kWhite = std::is_same_v<P, FnPixel8> ? 255.0f : std::is_same_v<P
 template <class P>
 class LuminanceSampler : public GeneralSampler<FnTexture<P, FnPixelF>, FnFloatTexture> {
  public:
-  void processPixel(const P& p, float& out, int32_t) override {
-    out = (float(p.red) * wr + float(p.green) * wg + float(p.blue) * wb) / kWhite<P>;
+  void processPixel(const P& p, float& out, int32_t) override { out = Luma(p); }
+  // Rows of the frame inside its window are read directly.
+  void processRows(const FnTexture<P, FnPixelF>* s, FnFloatTexture* t, int32_t threadIndex) override {
+    const bool direct = s->xAxis.start == 0 && s->yAxis.start == 0 && s->xAxis.first == 0 &&
+                        s->xAxis.count >= this->x1 && s->yAxis.first == 0;
+    this->forEachRow(threadIndex, [&](int32_t y) {
+      float* out = t->rawRow(y);
+      if (direct && y < s->yAxis.count) {
+        const P* in = s->rawRow(y);
+        for (int32_t x = this->x0; x < this->x1; ++x) out[x] = Luma(in[x]);
+      } else {
+        for (int32_t x = this->x0; x < this->x1; ++x) out[x] = Luma(s->readData(x, y));
+      }
+    });
   }
+  float Luma(const P& p) const { return (float(p.red) * wr + float(p.green) * wg + float(p.blue) * wb) / kWhite<P>; }
   float wr = 0, wg = 0, wb = 0;
 };
 
