@@ -17,7 +17,7 @@ void FnMotionEstimateGradientRow::processRows(int32_t threadIndex) {
     for (int32_t k = 0; k < w; ++k) sum += line[size_t(k)];
     for (int32_t x = 0; x < n; ++x) {
       out[x] = float(sum);
-      sum += double(line[size_t(x + w)]) - line[size_t(x)];
+      if (x + 1 < n) sum += double(line[size_t(x + w)]) - line[size_t(x)];
     }
   });
 }
