@@ -325,3 +325,34 @@ TEST(FlowTween, FailuresKeepNoOutput) {
 }
 
 }  // namespace
+
+namespace {
+
+// On the host's real worker pool: the same pipeline, bands on two threads at
+// once, lands within the same tolerance (the thread count only changes which
+// random draws a band sees).
+TEST(FlowTween, TwoWorkerThreadsGiveTheSameQuality) {
+  flowtest::ScopedHost host(flowtest::Runner::Pool, 2);
+  const HvVec2 v{-0.9f, 0.7f};
+  FnFloatTexture A(64, 48), B(64, 48);
+  Shifted(A, B, v);
+  FnVectorTexture fieldA, fieldB, va, vb;
+  FnIntTexture labels;
+  ASSERT_EQ(estimatePixelField(FnEstimateSettings{}, &A, &B, nullptr, &fieldB), 0);
+  ASSERT_EQ(estimatePixelField(FnEstimateSettings{}, &B, &A, nullptr, &fieldA), 0);
+  ASSERT_EQ(tween(FnTweenSettings{}, 0.5, &A, &B, &fieldA, &fieldB, nullptr, &va, &vb, &labels), 0);
+  std::vector<float> errors;
+  for (int32_t y = 8; y < 40; ++y)
+    for (int32_t x = 8; x < 56; ++x) {
+      const HvVec2 a = va.rawRow(y)[x], b = vb.rawRow(y)[x];
+      errors.push_back(std::max(std::hypot(a.x + v.x, a.y + v.y), std::hypot(b.x - v.x, b.y - v.y)));
+    }
+  std::sort(errors.begin(), errors.end());
+  EXPECT_LT(errors[errors.size() / 2], 0.15f);
+  FnTextureF fa(128, 96), fb(128, 96), out(128, 96);
+  Paint(fa, 1);
+  Paint(fb, 2);
+  EXPECT_EQ(buildPicture(FnTweenSettings{}, 0.5, &fa, &fb, &va, &vb, &labels, nullptr, &out), 0);
+}
+
+}  // namespace
