@@ -61,6 +61,25 @@ FnPixelF All(float v) {
 
 bool NearInteger(float f) { return f <= 0.01f || f >= 0.99f; }
 
+// FnFromAccumulate's rounding and clamping, with the truncation of a value
+// known positive done by conversion (no library call without SSE4.1).
+template <class P>
+inline P ToPixel(const FnPixelF& c) {
+  if constexpr (!P::kInteger) {
+    return FnFromAccumulate<P>(c);
+  } else {
+    auto one = [](float v) {
+      using C = typename P::Channel;
+      if (!(v > float(P::kMin))) return C(P::kMin);
+      if (v >= float(P::kMax)) return C(P::kMax);
+      return C(int32_t(v + 0.5f));
+    };
+    P p;
+    p.alpha = one(c.alpha), p.red = one(c.red), p.green = one(c.green), p.blue = one(c.blue);
+    return p;
+  }
+}
+
 // The bilinear sample of a frame whose window is the whole image and whose
 // origin is 0, where the four pixels lie inside: the arithmetic of
 // FnTexture::sample without its edge handling. False elsewhere.
@@ -131,12 +150,15 @@ void FnMotionEstimateGradientTweenerBuildPicture<P>::processRows(Frame* target, 
   const double rest = 1.0 - double(t);
   const float wa = (1.0f - t) * vectorScale, wb = t * vectorScale;
   const float toUnit = 1.0f / kScale<P>;
+  const bool fast = plain_ && !(p.flags & FnTween_LongFilter);
   // A side's sample in 0..1 units, or the marker of a missing vector.
   auto side = [&](const Frame* frame, HvVec2 v, float w, float px, float py) {
     if (FnIsInvalid(v)) return Marker();
     const float sx = px - v.x * w, sy = py + v.y * w;
     if (!std::isfinite(sx) || !std::isfinite(sy)) return All(128.0f);
-    return Scaled(at(frame, sx, sy), toUnit);
+    FnPixelF sample;
+    if (!(fast && InsideBilinear(*frame, sx, sy, &sample))) sample = at(frame, sx, sy);
+    return Scaled(sample, toUnit);
   };
   this->forEachRow(threadIndex, [&](int32_t y) {
     const HvVec2* va = p.vectorsA->rawRow(y);
@@ -157,7 +179,7 @@ void FnMotionEstimateGradientTweenerBuildPicture<P>::processRows(Frame* target, 
         c.alpha = mix(sb.alpha, sa.alpha), c.red = mix(sb.red, sa.red), c.green = mix(sb.green, sa.green),
         c.blue = mix(sb.blue, sa.blue);
       }
-      out[x] = FnFromAccumulate<P>(Scaled(c, kScale<P>));
+      out[x] = ToPixel<P>(Scaled(c, kScale<P>));
     }
   });
 }
