@@ -64,6 +64,24 @@ inline void FnWarpRow(const FnFloatTexture& A, const FnShift& s, int32_t y, int3
   for (int32_t x = hi; x < x1; ++x) edge(x);
 }
 
+// Whether every bilinear neighbourhood of the block's pixels, displaced, lies
+// in A's window, with data positions equal to coordinates: rows can then be
+// read by pointer.
+inline bool FnWarpInside(const FnFloatTexture& A, const FnShift& s, int32_t left, int32_t right, int32_t bottom,
+                         int32_t top) {
+  const FnTexAxis& ax = A.xAxis;
+  const FnTexAxis& ay = A.yAxis;
+  return left + s.iu >= ax.first && right + s.iu <= ax.last && bottom + s.iv >= ay.first && top + s.iv <= ay.last;
+}
+
+// One row of a block known inside: out[k] for x = left + k.
+inline void FnWarpRowInside(const FnFloatTexture& A, const FnShift& s, int32_t y, int32_t left, int32_t n, float* out) {
+  const float* a0 = A.rawRow(y + s.iv) + left + s.iu;
+  const float* a1 = A.rawRow(y + s.iv + 1) + left + s.iu;
+  for (int32_t k = 0; k < n; ++k) out[k] = FnWarpValue(a0[k], a0[k + 1], a1[k], a1[k + 1], s.fx, s.fy);
+}
+
 // Whether a source coordinate c (a pixel centre, c = x + 0.5 - u) has both
 // bilinear neighbours in an axis of n pixels: floor(c) >= 0, ceil(c) < n.
-inline bool FnSourceInside(float c, int32_t n) { return std::floor(c) >= 0.0f && std::ceil(c) < float(n); }
+// For an integer bound these are c >= 0 and c <= n - 1, with no rounding call.
+inline bool FnSourceInside(float c, int32_t n) { return c >= 0.0f && c <= float(n - 1); }

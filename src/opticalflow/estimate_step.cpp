@@ -90,18 +90,34 @@ FnGradientStep FnGaussNewtonStep(const FnFloatTexture& A, const FnFloatTexture& 
     return {0.0f, true};
   }
   LocalBuffer<float> rowA(n), rowB(n);
-  float* previous = rowA.get();
-  float* current = rowB.get();
+  float* const bufA = rowA.get();
+  float* const bufB = rowB.get();
+  const float* previous = nullptr;
   // Columns whose source has both neighbours in A (all with no displacement).
   LocalBuffer<char> ok(n);
   char* columnOk = ok.get();
   for (int32_t k = 0; k < n; ++k) columnOk[k] = shift.zero || FnSourceInside(float(r.left + k) + 0.5f - u, W);
   StepSums s;
   bool havePrevious = false;
+  // Inside A (the usual case) rows are read by pointer; the zero vector
+  // reads A's rows themselves.
+  const bool inside = FnWarpInside(A, shift, r.left, r.right, r.bottom, r.top) && A.xAxis.start == 0 &&
+                      A.yAxis.start == 0;
+  const bool direct = inside && shift.zero;
   for (int32_t y = std::min(r.top - 1, H - 1); y >= r.bottom; --y) {
     const float sourceRow = float(y) + 0.5f + v;
-    if (std::floor(sourceRow) < 0.0f || std::ceil(sourceRow) >= float(H)) continue;
-    FnWarpRow(A, shift, y, r.left, r.right, current);
+    if (!FnSourceInside(sourceRow, H)) continue;  // floor below 0 or ceil at or past H
+    const float* current;
+    if (direct) {
+      current = A.rawRow(y) + r.left;
+    } else {
+      float* buffer = previous == bufA ? bufB : bufA;
+      if (inside)
+        FnWarpRowInside(A, shift, y, r.left, n, buffer);
+      else
+        FnWarpRow(A, shift, y, r.left, r.right, buffer);
+      current = buffer;
+    }
     if (havePrevious) {
       const float* b = B.rawRow(y) + r.left;
       const float* m = mask ? mask->rawRow(y) + r.left : nullptr;
@@ -117,7 +133,7 @@ FnGradientStep FnGaussNewtonStep(const FnFloatTexture& A, const FnFloatTexture& 
         s.Sxe += gx * e, s.Sye += gy * e;
       }
     }
-    std::swap(previous, current);
+    previous = current;
     havePrevious = true;
   }
   if (s.used <= s.total / 6) {
@@ -186,10 +202,17 @@ float FnBlockError(const FnFloatTexture& A, const FnFloatTexture& B, const FnFlo
   int32_t counted = 0;
   if (inside && !mask) {
     // Every pixel counts: one plain loop (a copy of A's rows for zero).
+    const bool pointers = FnWarpInside(A, shift, r.left, r.right, r.bottom, r.top) && A.xAxis.start == 0 &&
+                          A.yAxis.start == 0;
     for (int32_t y = r.bottom; y < r.top; ++y) {
       const float* b = B.rawRow(y) + r.left;
       const float* a = shift.zero ? A.rawRow(y) + r.left : warped;
-      if (!shift.zero) FnWarpRow(A, shift, y, r.left, r.right, warped);
+      if (!shift.zero) {
+        if (pointers)
+          FnWarpRowInside(A, shift, y, r.left, n, warped);
+        else
+          FnWarpRow(A, shift, y, r.left, r.right, warped);
+      }
       float rowSum = 0.0f;
       for (int32_t k = 0; k < n; ++k) rowSum += std::fabs(b[k] - a[k]);
       sum += rowSum;
