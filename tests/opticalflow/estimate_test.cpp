@@ -65,7 +65,7 @@ TEST(FlowEstimatePieces, RandomDrawsAndCandidateLists) {
     // A shuffle is a permutation.
     FnFlowRandom s;
     HvVec2 w[12];
-    std::copy(v, v + m, w);
+    for (int32_t i = 0; i < m; ++i) w[i] = v[i];
     s.shuffle(w, m);
     for (int32_t i = 0; i < m; ++i) EXPECT_EQ(std::count(w, w + m, v[i]), 1);
   }

@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <random>
 #include <vector>
 
 #include "opticalflow/FlowImages.h"
 #include "opticalflow/FlowTestHost.h"
 #include "support/FailAllocations.h"
+#include "vxhost/KU.h"
 #include "vx/OpticalFlow.h"
 
 namespace {
@@ -353,6 +356,42 @@ TEST(FlowTween, TwoWorkerThreadsGiveTheSameQuality) {
   Paint(fa, 1);
   Paint(fb, 2);
   EXPECT_EQ(buildPicture(FnTweenSettings{}, 0.5, &fa, &fb, &va, &vb, &labels, nullptr, &out), 0);
+}
+
+}  // namespace
+
+namespace {
+
+// The 8-bit picture on eight lanes against the scalar form, byte for byte:
+// random vectors with some missing, labels, positions off the frame, and a
+// row length that leaves a remainder.
+TEST(FlowPicture, LanesMatchTheScalarFormByteForByte) {
+  if (!KU_CPUHas(KU_CPU_AVX2)) GTEST_SKIP() << "no AVX2 here";
+  const int32_t W = 83, H = 41, PW = 21, PH = 11;
+  FnTexture8 A(W, H), B(W, H), scalar(W, H), lanes(W, H);
+  Paint(A, 3);
+  Paint(B, 4);
+  FnVectorTexture va(PW, PH), vb(PW, PH);
+  FnIntTexture labels(PW, PH);
+  std::mt19937 rng(21);
+  for (int32_t y = 0; y < PH; ++y)
+    for (int32_t x = 0; x < PW; ++x) {
+      auto vec = [&]() {
+        if (rng() % 23 == 0) return FnInvalidVector;
+        return HvVec2{float(int(rng() % 801) - 400) / 200.0f, float(int(rng() % 801) - 400) / 200.0f};
+      };
+      va.rawRow(y)[x] = vec(), vb.rawRow(y)[x] = vec();
+      labels.rawRow(y)[x] = rng() % 19 == 0 ? int(rng() % 3) : 0;
+    }
+  for (const double time : {0.5, 0.27, 0.905}) {
+    KU_SetCPUFeatures(1, 1, 0);
+    ASSERT_EQ(buildPicture(FnTweenSettings{}, time, &A, &B, &va, &vb, &labels, nullptr, &scalar), 0);
+    KU_ResetCPUFeatures();
+    ASSERT_EQ(buildPicture(FnTweenSettings{}, time, &A, &B, &va, &vb, &labels, nullptr, &lanes), 0);
+    for (int32_t y = 0; y < H; ++y)
+      for (int32_t x = 0; x < W; ++x)
+        ASSERT_EQ(std::memcmp(&scalar.rawRow(y)[x], &lanes.rawRow(y)[x], 4), 0) << x << "," << y << " t " << time;
+  }
 }
 
 }  // namespace

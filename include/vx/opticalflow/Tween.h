@@ -221,6 +221,7 @@ class FnMotionEstimateGradientTweenerBuildPicture : public Generator<FnTexture<P
  private:
   FnPixelF at(const Frame* frame, float x, float y) const;
   bool plain_ = false;  // both frames' windows are whole, origins 0
+  int32_t isa_ = 0;     // the widest vector forms allowed, read once a call
 };
 
 // ---- Entry points. 0, or the error of the interrupt record (4: out of
