@@ -88,6 +88,19 @@ HvVec2 FnMotionEstimateGradientChangedNeighboursMonitor::neighbourMean(int32_t x
   const int32_t w = previous->width(), h = previous->height();
   float sx = 0.0f, sy = 0.0f;
   int32_t n = 0;
+  if (x >= 1 && y >= 1 && x < w - 1 && y < h - 1) {
+    // Inside: the same sums in the same order, without bounds to test.
+    for (int32_t ny = y - 1; ny <= y + 1; ++ny) {
+      const HvVec2* row = previous->rawRow(ny) + x;
+      for (int32_t k = -1; k <= 1; ++k) {
+        if ((k == 0 && ny == y) || FnIsInvalid(row[k])) continue;
+        sx += row[k].x, sy += row[k].y;
+        ++n;
+      }
+    }
+    if (n == 0) return {0.0f, 0.0f};
+    return {sx / float(n), sy / float(n)};
+  }
   for (int32_t ny = y - 1; ny <= y + 1; ++ny) {
     if (ny < 0 || ny >= h) continue;
     const HvVec2* row = previous->rawRow(ny);
