@@ -321,6 +321,24 @@ TEST(FlowTween, FailuresKeepNoOutput) {
     }
   }
   EXPECT_EQ(result, 0);
+  // The picture: each of its textures in turn fails, then an interruption.
+  {
+    FnVectorTexture va, vb;
+    FnIntTexture labels;
+    ASSERT_EQ(tween(FnTweenSettings{}, 0.5, &A, &B, &fieldA, &fieldB, nullptr, &va, &vb, &labels), 0);
+    FnTextureF fa(48, 40), fb(48, 40), out(48, 40);
+    Paint(fa, 1);
+    Paint(fb, 2);
+    for (long n = 0; n < 3; ++n) {
+      vxtest::FailAllocationsScope fail(n);
+      EXPECT_EQ(buildPicture(FnTweenSettings{}, 0.5, &fa, &fb, &va, &vb, &labels, nullptr, &out), 4) << n;
+    }
+    calls = 0, stopAt = 1;
+    record.aborted = 0, record.error = 0;
+    EXPECT_EQ(buildPicture(FnTweenSettings{}, 0.5, &fa, &fb, &va, &vb, &labels, &record, &out), 10000);
+    FnTextureF small(10, 10);
+    EXPECT_EQ(buildPicture(FnTweenSettings{}, 0.5, &fa, &fb, &va, &vb, &labels, nullptr, &small), 3);
+  }
   // Fields of another size than the images are refused.
   FnVectorTexture small(5, 5), va, vb;
   FnIntTexture labels;

@@ -225,7 +225,8 @@ class FnMotionEstimateGradientTweenerBuildPicture : public Generator<FnTexture<P
 };
 
 // ---- Entry points. 0, or the error of the interrupt record (4: out of
-// memory, 3: bad input). On an error no partial output is kept.
+// memory, 3: bad input). On an error tween keeps no partial output; the
+// picture's target (the caller's frame) may then be partly written.
 
 struct FnTweenSettings {
   float pixelSmoothness = 500.0f;
