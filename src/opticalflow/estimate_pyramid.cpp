@@ -1,4 +1,5 @@
 // The coarse-to-fine level loop and estimateField.
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <vector>

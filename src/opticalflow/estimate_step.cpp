@@ -1,5 +1,6 @@
 // The Gauss-Newton step of one block, the solve of a level, and the small
 // pieces the searches share (grid, rectangles, quantising, candidate lists).
+#include <algorithm>
 #include <cmath>
 #include <vector>
 

@@ -1,4 +1,5 @@
 // Luminance proxies and the two fields of a pair of frames.
+#include <algorithm>
 #include <cmath>
 #include <type_traits>
 

@@ -1,5 +1,6 @@
 // The tweener at proxy size: time, candidate lists, temporal candidates,
 // the occlusion guess, and the stages that tie them to the spatial search.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <new>

@@ -1,6 +1,7 @@
 // One pass of the tweener's spatial search: at every pixel, the best pair
 // (a, b) from the pixel's own vectors, its neighbours' and its temporal
 // candidates.
+#include <algorithm>
 #include <cmath>
 
 #include "vx/opticalflow/Tween.h"
