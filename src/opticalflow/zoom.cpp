@@ -53,6 +53,25 @@ void ImageZoomerBase<E, A>::processPixel(int32_t x, int32_t y, E& target, int32_
   target = v;
 }
 
+// Nearest zooms read the same source columns on every row: found once.
+template <class E, class A>
+void ImageZoomerBase<E, A>::processRows(const FnTexture<E, A>* s, FnTexture<E, A>* t, int32_t threadIndex) {
+  if (!(zoomFlags & FnZoom_Nearest)) return GeneralSamplerPos<FnTexture<E, A>, FnTexture<E, A>>::processRows(s, t, threadIndex);
+  const int32_t n = this->x1 - this->x0;
+  if (n <= 0) return;
+  std::vector<int32_t> cols(static_cast<size_t>(n));
+  for (int32_t k = 0; k < n; ++k) cols[size_t(k)] = TruncIndex(float(this->x0 + k) * xFactor);
+  const bool scale = (zoomFlags & FnZoom_ScaleVectors) != 0;
+  this->forEachRow(threadIndex, [&](int32_t y) {
+    const int32_t iy = TruncIndex(float(y) * yFactor);
+    E* out = t->rawRow(y) + this->x0;
+    for (int32_t k = 0; k < n; ++k) {
+      const E v = NearestOrOutside(*s, cols[size_t(k)], iy);
+      out[k] = scale ? DivideVector(v, xFactor, yFactor) : v;
+    }
+  });
+}
+
 template <class E, class A, int S, class TE, class TA, int TS>
 void FnImageZoomSampler<E, A, S, TE, TA, TS>::initialise(const FnTexture<E, A>* s, FnTexture<TE, TA>* t) {
   if (zoomFlags & FnZoom_KeepFactors) return;
@@ -126,7 +145,59 @@ void FnMoveSampler<E, A, Scale>::moveRow(const FnTexture<E, A>* s, E* out, int32
 }
 
 template <class E, class A, int Scale>
+bool FnMoveSampler<E, A, Scale>::axisAligned() const {
+  return matrix[1] == 0.0f && matrix[3] == 0.0f && interpolation == FnMove_Bilinear;
+}
+
+// A scale and offset without rotation: every row reads the same columns, so
+// their positions are found once for the band and each row finds its own
+// pair of source rows once. The arithmetic is moveRow's, position for
+// position; pixels whose neighbourhood leaves the window take moveRow's way.
+template <class E, class A, int Scale>
+void FnMoveSampler<E, A, Scale>::moveBandAligned(const FnTexture<E, A>* s, FnTexture<E, A>* t, int32_t threadIndex,
+                                                 FnTexture<E, A>* second, const FnTexture<E, A>* secondSource) {
+  const float* m = matrix;
+  const int32_t n = this->x1 - this->x0;
+  if (n <= 0) return;
+  std::vector<float> xs(static_cast<size_t>(n)), fxs(static_cast<size_t>(n));
+  std::vector<int32_t> is(static_cast<size_t>(n));
+  const float rowX = 0.0f * m[3] + m[6];
+  for (int32_t k = 0; k < n; ++k) {
+    const float px = float(this->x0 + k) + 0.5f;
+    xs[size_t(k)] = px * m[0] + rowX;
+    is[size_t(k)] = FnFloorSplit(xs[size_t(k)] - 0.5f - s->xAxis.originF, &fxs[size_t(k)]);
+  }
+  auto row = [&](const FnTexture<E, A>* src, E* out, float sy) {
+    const FnTexAxis& ax = src->xAxis;
+    const FnTexAxis& ay = src->yAxis;
+    float fy;
+    const int32_t j = FnFloorSplit(sy - 0.5f - ay.originF, &fy);
+    const bool rowsInside = j >= ay.first && j < ay.last;
+    const E* r0 = rowsInside ? src->rawRow(j) : nullptr;
+    const E* r1 = rowsInside ? src->rawRow(j + 1) : nullptr;
+    for (int32_t k = 0; k < n; ++k) {
+      const int32_t i = is[size_t(k)];
+      if (rowsInside && i >= ax.first && i < ax.last) {
+        const float fx = fxs[size_t(k)];
+        const A top = FnLerp(FnToAccumulate<A>(r0[i]), FnToAccumulate<A>(r0[i + 1]), fx);
+        const A bottom = FnLerp(FnToAccumulate<A>(r1[i]), FnToAccumulate<A>(r1[i + 1]), fx);
+        out[this->x0 + k] = FnFromAccumulate<E>(FnLerp(top, bottom, fy));
+      } else {
+        out[this->x0 + k] = FnFromAccumulate<E>(src->sample(xs[size_t(k)], sy));
+      }
+    }
+  };
+  this->forEachRow(threadIndex, [&](int32_t y) {
+    const float py = float(y) + 0.5f;
+    const float sy = 0.0f * m[1] + (py * m[4] + m[7]);
+    row(s, t->rawRow(y), sy);
+    if (second) row(secondSource, second->rawRow(y), sy);
+  });
+}
+
+template <class E, class A, int Scale>
 void FnMoveSampler<E, A, Scale>::processRows(const FnTexture<E, A>* s, FnTexture<E, A>* t, int32_t threadIndex) {
+  if (axisAligned()) return moveBandAligned(s, t, threadIndex, nullptr, nullptr);
   this->forEachRow(threadIndex, [&](int32_t y) { moveRow(s, t->rawRow(y), y); });
 }
 
@@ -135,6 +206,8 @@ void FnDualMoveSampler<E, A, Scale>::processRows(const FnTexture<E, A>* s, FnTex
                                                  int32_t threadIndex) {
   const bool second = secondSource && !secondSource->empty() && secondTarget && !secondTarget->empty() &&
                       secondTarget->width() >= this->x1 && secondTarget->height() >= this->y1;
+  if (this->axisAligned())
+    return this->moveBandAligned(s, t, threadIndex, second ? secondTarget : nullptr, second ? secondSource : nullptr);
   this->forEachRow(threadIndex, [&](int32_t y) {
     this->moveRow(s, t->rawRow(y), y);
     if (second) this->moveRow(secondSource, secondTarget->rawRow(y), y);

@@ -212,6 +212,33 @@ TEST(FlowMove, IdentityCopiesAndScalesReadThroughTheMatrix) {
   EXPECT_EQ(nearest.rawRow(2)[3], s.rawRow(5)[7]);  // centre (3.5,2.5) -> (7,5), the pixel it falls in
 }
 
+// Without rotation the move finds its columns once a band: the same values
+// as sampling each target centre through the matrix, edges included.
+TEST(FlowMove, AxisAlignedMovesMatchSamplingThroughTheMatrix) {
+  std::mt19937 rng(12);
+  FnVectorTexture v(17, 11);
+  for (int32_t y = 0; y < 11; ++y)
+    for (int32_t x = 0; x < 17; ++x) v.rawRow(y)[x] = {float(rng() % 100) / 7.0f, float(rng() % 100) / 9.0f};
+  v.setEdgeMode(FnEdge_Clamp, FnEdge_Mirror);
+  for (int trial = 0; trial < 20; ++trial) {
+    const float sx = 0.1f + float(rng() % 300) / 100.0f, sy = 0.1f + float(rng() % 300) / 100.0f;
+    const float ox = float(int(rng() % 40) - 20) / 3.0f, oy = float(int(rng() % 40) - 20) / 3.0f;
+    FnVectorTexture out(23, 9), second(23, 9);
+    FnDualMoveSampler<HvVec2, HvVec2, 1> move;
+    move.setScale(sx, sy);
+    move.matrix[6] = ox, move.matrix[7] = oy;
+    move.secondSource = &v;
+    move.secondTarget = &second;
+    move.process(&v, &out);
+    for (int32_t y = 0; y < 9; ++y)
+      for (int32_t x = 0; x < 23; ++x) {
+        const HvVec2 e = v.sample((float(x) + 0.5f) * sx + ox, (float(y) + 0.5f) * sy + oy);
+        ASSERT_EQ(out.rawRow(y)[x], e) << trial << " " << x << "," << y;
+        ASSERT_EQ(second.rawRow(y)[x], e);
+      }
+  }
+}
+
 TEST(FlowPyramid, LevelCountsAndSizes) {
   using Stack = FnMotionEstimateMapStackHolder<float, float, 1>;
   EXPECT_EQ(Stack::levelsFor(64, 64), 4);

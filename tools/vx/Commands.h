@@ -28,5 +28,6 @@ int RunConvert(const Args& args);
 int RunComposite(const Args& args);
 int RunModes(const Args& args);
 int RunDemo(const Args& args);
+int RunFlow(const Args& args);
 
 }  // namespace vxtool

@@ -43,6 +43,14 @@ const std::vector<Command>& AllCommands() {
        "make inputs procedurally and write contact sheets at 8, 16 and float bits and a matte composite",
        {{"output", 'o', true, "the folder to write into; default vx-demo"}, kQuietOption, kMaxMemoryOption},
        RunDemo},
+      {"flow",
+       "A B -o FLOW.png",
+       "estimate the motion from A to B and write it colour-coded (hue direction, saturation length, black none)",
+       {{"output", 'o', true, "the field as an image (.png or .exr)"},
+        {"proxy", 0, true, "estimate at this fraction of the size, 0.05 to 1; default 0.2"},
+        {"vectors", 0, false, "draw arrows over the colours"},
+        kQuietOption},
+       RunFlow},
   };
   return commands;
 }

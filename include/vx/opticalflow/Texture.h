@@ -61,9 +61,12 @@ struct FnTexAxis {
 inline int32_t FnFloorSplit(float u, float* fraction) {
   if (!(u > -1.0e9f)) u = -1.0e9f;
   if (u > 1.0e9f) u = 1.0e9f;
-  const float fl = std::floor(u);
-  *fraction = u - fl;
-  return static_cast<int32_t>(fl);
+  // The floor by conversion: exact in this range, and without the library
+  // call that std::floor is on processors without SSE4.1.
+  int32_t i = static_cast<int32_t>(u);
+  if (static_cast<float>(i) > u) --i;
+  *fraction = u - static_cast<float>(i);
+  return i;
 }
 
 class FnTexIndexer {

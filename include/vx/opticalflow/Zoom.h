@@ -19,6 +19,7 @@ class ImageZoomerBase : public GeneralSamplerPos<FnTexture<E, A>, FnTexture<E, A
  public:
   void initialise(const FnTexture<E, A>* s, FnTexture<E, A>* t) override;
   void processPixel(int32_t x, int32_t y, E& target, int32_t threadIndex) override;
+  void processRows(const FnTexture<E, A>* s, FnTexture<E, A>* t, int32_t threadIndex) override;
 
   float xFactor = 1.0f, yFactor = 1.0f;
   uint32_t zoomFlags = 0;
@@ -70,6 +71,10 @@ class FnMoveSampler : public Sampler<FnTexture<E, A>, FnTexture<E, A>> {
 
  protected:
   void moveRow(const FnTexture<E, A>* s, E* out, int32_t y) const;
+  // Without rotation and bilinear: column positions found once a band.
+  bool axisAligned() const;
+  void moveBandAligned(const FnTexture<E, A>* s, FnTexture<E, A>* t, int32_t threadIndex, FnTexture<E, A>* second,
+                       const FnTexture<E, A>* secondSource);
 };
 
 template <class E, class A, int Scale>

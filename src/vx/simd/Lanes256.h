@@ -197,6 +197,21 @@ VX_INLINE I32x8 ExactQuotient(I32x8 a, I32x8 b) {
                                    _mm256_cvtepi32_pd(_mm256_extracti128_si256(b.v, 1)));
   return _mm256_set_m128i(_mm256_cvttpd_epi32(hi), _mm256_cvttpd_epi32(lo));
 }
+// float(double(a) * s) on each lane: the product rounded once to float, as
+// the scalar form that multiplies in double.
+VX_INLINE F32x8 MulInDouble(F32x8 a, double s) {
+  const __m256d f = _mm256_set1_pd(s);
+  const __m128 lo = _mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtps_pd(_mm256_castps256_ps128(a.v)), f));
+  const __m128 hi = _mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtps_pd(_mm256_extractf128_ps(a.v, 1)), f));
+  return _mm256_set_m128(hi, lo);
+}
+// Eight pairs of floats from p (x0 y0 x1 y1 ...): the firsts and the seconds.
+VX_INLINE void LoadPairs(const float* p, F32x8* first, F32x8* second) {
+  const __m256 a = _mm256_loadu_ps(p), b = _mm256_loadu_ps(p + 8);
+  const __m256 e = _mm256_shuffle_ps(a, b, 0x88), o = _mm256_shuffle_ps(a, b, 0xDD);
+  first->v = _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(e), 0xD8));
+  second->v = _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(o), 0xD8));
+}
 VX_INLINE I32x8 Bits(F32x8 a) { return _mm256_castps_si256(a.v); }
 VX_INLINE F32x8 FromBits(I32x8 a) { return _mm256_castsi256_ps(a.v); }
 
