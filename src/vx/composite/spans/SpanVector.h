@@ -1,6 +1,7 @@
-// Vector forms of the 8-bit span kernels, chosen per call through the CPU
-// record. Each takes the scaled-alpha inputs of the scalar kernel: a mask
-// row (alpha read) or null, and the opacity (255 is full).
+// Vector forms of the span kernels, each in the units of its instruction
+// set; a call picks them once, for the instruction set the CPU record
+// allows. Each takes the inputs of the scalar kernel: a mask row (alpha
+// read) or null, and the opacity (white is full).
 #pragma once
 
 #include "core/Internal.h"
@@ -9,8 +10,7 @@
 #include "vx/PixelTraits.h"
 #include "vx/Types.h"
 
-// XferOver. The block path divides with a refined reciprocal and agrees with
-// the divide table; heads and tails run the per-pixel formula.
+// XferOver at 8 bits; heads and tails run the per-pixel formula.
 VX_Err VXp_SpanOver8_SSSE3(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
                            VX_Pixel8* dst);
 VX_Err VXp_SpanOver8_AVX2(int32_t count, const VX_Pixel8* src, const VX_Pixel8* mask, uint8_t opacity,
@@ -103,8 +103,8 @@ struct VXp_DissolveRow8 {
 };
 int32_t VXp_DissolveRows8_AVX2(int32_t count, uint8_t opacity, bool keep_alpha, VXp_DissolveRow8* rows);
 // Whether a descriptor's rows may run eight at a time: the package's own
-// dissolve kernel at 8 bits, no mask or tables, and AVX2.
-bool VXp_DissolveRowsUsable(const VX_BlendModeDescriptor<VX_Pixel8>& d, bool has_mask);
+// dissolve kernel at 8 bits, no mask or tables, and AVX2 or wider.
+bool VXp_DissolveRowsUsable(const VX_BlendModeDescriptor<VX_Pixel8>& d, bool has_mask, VXp_Isa isa);
 // Eight rows of a usable descriptor, tails included; false, with nothing
 // written, when the rows' source and destination bytes meet.
 bool VXp_DissolveRowGroup8(int32_t count, const VX_BlendModeDescriptor<VX_Pixel8>& d, VXp_DissolveRow8* rows);

@@ -3,8 +3,8 @@
 
 #include "composite/spans/SpanVector.h"
 
-bool VXp_DissolveRowsUsable(const VX_BlendModeDescriptor<VX_Pixel8> &d, bool has_mask) {
-  if (d.mode.transfer_mode != XferDissolve || has_mask || d.tables || !VXp_HasAVX2()) return false;
+bool VXp_DissolveRowsUsable(const VX_BlendModeDescriptor<VX_Pixel8>& d, bool has_mask, VXp_Isa isa) {
+  if (d.mode.transfer_mode != XferDissolve || has_mask || d.tables || isa < VXp_Isa::AVX2) return false;
   // A host's replacement kernel sees every row itself.
   VX_InnerBlendingFunc<VX_Pixel8> own{nullptr};
   return !VX_GetInnerBlendingFunc<VX_Pixel8, false, false>(XferDissolve, &own) && own.func &&

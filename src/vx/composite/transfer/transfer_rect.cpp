@@ -166,7 +166,7 @@ VX_Err TransferAtDepth(const Caller& caller, VX_ProgressInfo* progress, int32_t 
     return std::pair<const Pixel*, Pixel*>(src_view.PixelAt(r.left - dx, y - dy), dst_view.PixelAt(r.left, y));
   };
   bool grouped = false;
-  if constexpr (std::is_same_v<Pixel, VX_Pixel8>) grouped = VXp_DissolveRowsUsable(descriptor, mask != nullptr);
+  if constexpr (std::is_same_v<Pixel, VX_Pixel8>) grouped = VXp_DissolveRowsUsable(descriptor, mask != nullptr, isa);
   RowWalk walk{r.top, r.bottom, parity, static_cast<uint32_t>(plus.dissolve_seed) + static_cast<uint32_t>(r.left)};
   VX_Err err = VX_Err_None;
   while (walk.y < r.bottom && !err) {
